@@ -1,0 +1,175 @@
+#pragma once
+// CBaseProtocol: the base of protocols that push configuration objects to the ports.
+//
+// The host's apply runs, for every registered protocol: clear the cache and the dirty vector;
+// per port in handle order, cache the port's deleted configurations as deleted and hand every
+// other one to BuildAddModifyObjectMap; validate every port (DoValidatePort), then the project
+// (DoValidateProject); ProcessGlobalConfigs; per port BuildAndSendDeleteMsg, then
+// BuildAndSendAddModifyMsg for added and for modified objects; finally commit the dirty vector.
+//
+// The per-port cache: for each port, class and change kind, a set of objects. A later insertion
+// of one object for one port replaces the earlier one; a kind with nothing inserted has no set
+// at all; Deleted_Local objects are never cached. The cache is kept until the next apply.
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/unordered_set.hpp>
+
+#include "kel/core/Protocol.h"
+#include "kel/core/ValidationContext.h"
+#include "kel/framework/Scriptable.h"
+
+class Message;
+
+namespace kel {
+namespace framework {
+class BLLLogger;
+}
+namespace core {
+class CPort;
+class CProtocolConfig;
+class CResultHandler;
+class CStateSubscriptionHandler;
+}  // namespace core
+
+namespace rtgcore {
+
+using core::CPort;
+using core::ValidationContext;
+using framework::ClassId;
+using framework::CScriptable;
+using framework::ScriptableVec;
+
+// Events common to every protocol that a user interface can ask a protocol to send to the ports.
+enum ProtocolControlCommonEvent { PROTOCOL_EVENT_START, PROTOCOL_EVENT_STOP, PROTOCOL_EVENT_ESTABLISH };
+
+// Ports ordered by handle, so walks over ports are reproducible.
+struct PortHandleLess {
+  bool operator()(const CPort* a, const CPort* b) const;
+};
+using PortCfgVecMap = std::map<CPort*, ScriptableVec, PortHandleLess>;
+using PortHandleVecMap = std::map<CPort*, std::vector<unsigned>, PortHandleLess>;
+
+class CBaseProtocol : public core::CProtocol {
+ public:
+  // Change kinds of the cache.
+  enum ObjType { OBJ_DELETED = 0, OBJ_CREATED = 1, OBJ_MODIFIED = 2, OBJ_CLEAN = 3 };
+  using ConfigSet = boost::unordered_set<CScriptable*>;
+
+  // group: the protocol group shown to users; name: the protocol's name; managedClass: the
+  // configuration class the protocol manages; msgSetName: its message set; userLogger: the log of
+  // user-visible events (not owned; loggers live for the process).
+  CBaseProtocol(const std::string& group, const std::string& name, ClassId managedClass,
+                const std::string& msgSetName, framework::BLLLogger* userLogger);
+  ~CBaseProtocol() override;
+
+  const std::string& GetGroupName() const { return m_group; }
+  ClassId GetManagedClassId() const { return m_managedClass; }
+  framework::BLLLogger* GetUserLogger() const { return m_userLogger; }
+
+  // ---- CProtocol ----
+  const std::string& GetName() const override { return m_name; }
+  void GetManagedProtocolConfig(std::vector<unsigned>& handles) override;
+  const std::string& GetMsgSetName() const override { return m_msgSetName; }
+
+  // ---- Hooks of the apply cycle, validation and port tracking ----
+  // Caches configurations that belong to no port (profiles, say); nothing by default.
+  virtual void ProcessGlobalConfigs() {}
+  virtual void DoValidateInterfaceSetup(ValidationContext& ctx, const CPort& port);
+  virtual void UpdateStartStopEstablishCommandStatus() {}
+  virtual void UpdateProtocolSpecificCommandStatus() {}
+  virtual void UpdateCfgVecUsingCmdParams(ScriptableVec& configs, const std::vector<unsigned>& params);
+  virtual bool IsRCMCheckRequired() const { return false; }
+  virtual void SetRelevantIfHandles(const CPort& port, const ScriptableVec& interfaces, CScriptable* config) const;
+  virtual void MarkResultSubscriptionsDirty() {}
+  virtual void DoValidatePort(ValidationContext& ctx, const CPort& port);
+  virtual void DoValidateProject(ValidationContext& ctx);
+  virtual void DoValidatePortGroup(ValidationContext& ctx, const CPort& port);
+  // Warns about an offline port: its configuration waits until the port is back.
+  virtual void ValidateActivePortPhy(ValidationContext& ctx, const CPort& port);
+  virtual void ProcessOfflinePort(CPort* port);
+  virtual void DeleteAllProtocolObjects(CPort& port);
+  // Forgets the cache and the dirty vector.
+  virtual void ResetAllInternalParams();
+  // Caches one changed configuration of a port: by its state (Created, Modified, Clean) when it
+  // is active.
+  virtual void BuildAddModifyObjectMap(const CPort& port, CScriptable* config);
+  virtual void BuildAndSendAddModifyMsg(ObjType kind, CPort& port);
+  virtual void BuildAndSendDeleteMsg(CPort& port);
+  virtual void PostProcessDeletesPerPort(CPort&) {}
+  virtual void PostProcessCreatesPerPort(CPort&) {}
+  virtual void PostProcessUpdatesPerPort(CPort&) {}
+  virtual void PostProcessAfterCategory() {}
+  virtual void SendDetachInterfaceMessage(CPort& port, const std::vector<unsigned>& interfaces);
+  virtual void SendAttachInterfaceMessage(CPort& port, const std::vector<unsigned>& interfaces);
+  virtual void ProcessStateSubscription() {}
+  virtual bool RemoveFromStateSubscription(const CPort*) { return true; }
+  virtual bool AddToStateSubscription(const CPort*) { return true; }
+  virtual void SetupEventLog() {}
+  virtual core::CStateSubscriptionHandler* GetStateSubscriptionHandler() { return nullptr; }
+  virtual core::CResultHandler* GetResultHandler() { return nullptr; }
+  virtual void OnPortStatusChange(CPort& port, bool online);
+  virtual void BuildDeleteObjectMap(const CPort& port, CScriptable* config);
+  virtual void PostApplyProcessing() {}
+  virtual void ProcessInterfacesForExistingObjects(const CPort& port, CScriptable* config);
+  virtual void ProcessInterfacesForNewConfigs(const CPort& port, CScriptable* config);
+  virtual void ProcessInterfacesForDeletedObjects(const CPort& port, const CScriptable* config,
+                                                  std::vector<unsigned>& interfaces);
+  virtual void ConvertInterfaceToHnd(const ScriptableVec& interfaces, const CPort& port, const CScriptable* config,
+                                     std::vector<unsigned>& handles);
+  // Active, and not below an inactive device.
+  virtual bool IsProtocolConfigActive(const CScriptable& config) const;
+  // The managed configurations on a port (children of the port's devices), deleted ones excluded.
+  virtual void GetProtocolConfigs(const CPort& port, ScriptableVec& configs) const;
+  virtual bool IsProtocolStackResolved(const core::CProtocolConfig&) const { return true; }
+  virtual void UpdateAdvertiseCommandStatus() {}
+  // Builds the message of a common event for the given configurations; false when the protocol
+  // sends none (the base sends none).
+  virtual bool BuildProtocolCommonEventIdlMsg(Message& message, ProtocolControlCommonEvent event,
+                                              const std::vector<unsigned>& handles);
+  virtual bool BuildProtocolSpecificEventIdlMsg(Message& message, const std::string& event,
+                                                const std::vector<unsigned>& handles);
+  virtual void ThrowValidationErrors(ValidationContext&) {}
+  virtual void ProcessDetachInterfaces(CPort&) {}
+  virtual void ProcessInterfacesForExistingObjects(const CPort& port, const CScriptable* config,
+                                                   std::vector<unsigned>& interfaces);
+  virtual void ProcessInterfacesForNewConfigs(const CPort& port, const CScriptable* config,
+                                              std::vector<unsigned>& interfaces);
+
+  // ---- Services for derived protocols ----
+  // Objects to look at again at the next apply; derived protocols append to it.
+  ScriptableVec& GetDirtyVec() { return m_dirty; }
+  // Records `object` on `port` under the change kind of `state`; Deleted_Local is ignored.
+  void InsertIntoCache(const CScriptable::State& state, const CPort* port, CScriptable* object);
+  // The cached set of objects of exactly that class on the port, or null when none of that kind
+  // was inserted.
+  const ConfigSet* GetConfigsFromCache(const CPort& port, const ClassId& classId, ObjType kind) const;
+  // True while the port's endpoint answers.
+  bool GetPortOnline(const CPort& port) const;
+  // Groups configurations by the port that runs them (configurations without a port are left out).
+  void BuildPortCfgVecMap(const ScriptableVec& configs, PortCfgVecMap& out) const;
+  // Groups configuration handles by port, for event messages.
+  void BuildEventLogMap(const std::vector<unsigned>& handles, PortHandleVecMap& out) const;
+
+ private:
+  struct CacheKey {
+    const CPort* port;
+    ClassId classId;
+    ObjType kind;
+    bool operator<(const CacheKey& o) const;
+  };
+  static ObjType KindOf(CScriptable::State state);
+
+  std::string m_group;
+  std::string m_name;
+  ClassId m_managedClass;
+  std::string m_msgSetName;
+  framework::BLLLogger* m_userLogger;
+  ScriptableVec m_dirty;
+  std::map<CacheKey, ConfigSet> m_cache;
+};
+
+}  // namespace rtgcore
+}  // namespace kel

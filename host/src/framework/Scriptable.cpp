@@ -1,0 +1,513 @@
+#include "kel/framework/Scriptable.h"
+
+#include <algorithm>
+
+#include "kel/framework/Event.h"
+#include "kel/framework/Exceptions.h"
+#include "kel/framework/HandleRegistry.h"
+#include "kel/framework/HostClassIds.h"
+#include "kel/framework/ScriptableCreator.h"
+
+namespace kel {
+namespace framework {
+
+namespace {
+
+// Objects marked deleted that wait for the apply's commit to be destroyed.
+std::vector<Handle>& PendingDeletes() {
+  static std::vector<Handle> pending;
+  return pending;
+}
+
+void EraseHandle(std::vector<Handle>& handles, Handle handle) {
+  handles.erase(std::remove(handles.begin(), handles.end(), handle), handles.end());
+}
+
+// Records an add (or a remove) of `handle`; an add cancels an earlier remove and the reverse.
+void Track(std::vector<Handle>& same, std::vector<Handle>& opposite, Handle handle) {
+  const auto it = std::find(opposite.begin(), opposite.end(), handle);
+  if (it != opposite.end()) {
+    opposite.erase(it);
+  } else {
+    same.push_back(handle);
+  }
+}
+
+bool Fail(std::string* errorText, const std::string& text) {
+  if (errorText != nullptr) *errorText = text;
+  return false;
+}
+
+void CollectSubtree(CScriptable& root, std::vector<Handle>& out) {
+  out.push_back(root.GetHandle());
+  ScriptableVec children;
+  root.GetObjects(children);
+  for (CScriptable* child : children) CollectSubtree(*child, out);
+}
+
+}  // namespace
+
+CScriptable::CScriptable() = default;
+
+CScriptable::~CScriptable() {
+  // Normally DestroyTree has detached and unregistered the object already; this covers an
+  // object deleted directly.
+  if (m_meta != nullptr) {
+    DetachAll();
+    CHandleRegistry& registry = CHandleRegistry::Instance();
+    if (registry.FindIncludingDeleted(GetHandle()) == this) registry.Unregister(GetHandle());
+  }
+}
+
+// ---- Properties ----
+
+int CScriptable::IndexOf(PropId id) const {
+  const int index = m_dataStore.IndexOf(id);
+  if (index < 0) m_dataStore.Describe(id, PropertyType::U8, false);  // throws: unknown property
+  return index;
+}
+
+std::uint8_t CScriptable::GetU8(PropId id) const { return m_dataStore.GetU8(id); }
+std::uint16_t CScriptable::GetU16(PropId id) const { return m_dataStore.GetU16(id); }
+std::uint32_t CScriptable::GetU32(PropId id) const { return m_dataStore.GetU32(id); }
+std::uint64_t CScriptable::GetU64(PropId id) const { return m_dataStore.GetU64(id); }
+bool CScriptable::GetBool(PropId id) const { return m_dataStore.GetBool(id); }
+double CScriptable::GetDouble(PropId id) const { return m_dataStore.GetDouble(id); }
+const std::string& CScriptable::GetString(PropId id) const { return m_dataStore.GetString(id); }
+const HandleList& CScriptable::GetHandles(PropId id) const { return m_dataStore.GetHandles(id); }
+
+void CScriptable::Get(PropId id, std::string& text) const { text = ToText(m_dataStore.GetValue(id)); }
+
+std::string CScriptable::Get(const char* name) const {
+  std::string text;
+  Get(name, text);
+  return text;
+}
+
+void CScriptable::Get(const char* name, std::string& text) const {
+  const int index = m_meta ? m_meta->FindPropertyIndex(std::string(name)) : -1;
+  if (index < 0) {
+    throw CKelLogicError(GetClassName() + " has no property named '" + name + "'");
+  }
+  text = ToText(m_dataStore.At(index));
+}
+
+void CScriptable::Set(PropId id, const std::string& value) { SetValue(id, value); }
+void CScriptable::Set(PropId id, const char* value) { SetValue(id, std::string(value)); }
+void CScriptable::Set(PropId id, bool value) { SetValue(id, value); }
+void CScriptable::Set(PropId id, double value) { SetValue(id, value); }
+void CScriptable::Set(PropId id, unsigned char value) { SetValue(id, std::uint8_t{value}); }
+void CScriptable::Set(PropId id, unsigned short value) { SetValue(id, std::uint16_t{value}); }
+void CScriptable::Set(PropId id, unsigned int value) { SetValue(id, std::uint32_t{value}); }
+void CScriptable::Set(PropId id, unsigned long value) { SetValue(id, std::uint64_t{value}); }
+void CScriptable::Set(PropId id, const HandleList& value) { SetValue(id, value); }
+
+void CScriptable::Set(const char* name, const std::string& text) {
+  const int index = m_meta ? m_meta->FindPropertyIndex(std::string(name)) : -1;
+  if (index < 0) {
+    throw CKelLogicError(GetClassName() + " has no property named '" + name + "'");
+  }
+  const PropertyDesc& desc = m_meta->GetProperties()[static_cast<std::size_t>(index)];
+  PropertyValue value;
+  try {
+    value = FromText(desc.type, text);
+  } catch (const CKelRunTimeError& e) {
+    throw CKelRunTimeError("Cannot set " + desc.name + " of " + GetName() + ": " + e.GetMessage());
+  }
+  SetValue(desc.id, value);
+}
+
+int CScriptable::CheckedIndex(PropId id, PropertyType type) const {
+  const int index = m_dataStore.IndexOf(id);
+  if (index < 0 || m_meta->GetProperties()[static_cast<std::size_t>(index)].type != type) {
+    m_dataStore.Describe(id, type);  // throws the error that names the property and class
+  }
+  return index;
+}
+
+void CScriptable::SetValue(PropId id, const PropertyValue& value) {
+  const int index = CheckedIndex(id, TypeOf(value));
+  const PropertyDesc& desc = m_meta->GetProperties()[static_cast<std::size_t>(index)];
+  if (desc.readOnly) {
+    throw CKelLogicError("Property " + desc.name + " of class " + GetClassName() + " is read-only");
+  }
+  StoreAt(index, id, value);
+}
+
+void CScriptable::StoreValue(PropId id, const PropertyValue& value) {
+  StoreAt(CheckedIndex(id, TypeOf(value)), id, value);
+}
+
+void CScriptable::StoreAt(int index, PropId id, const PropertyValue& value) {
+  PropertyValue& slot = m_dataStore.At(index);
+  if (slot == value) return;
+  slot = value;
+  if (m_state == STATE_CLEAN) m_state = STATE_MODIFIED;
+  const auto delegates = m_changeDelegates.find(id);
+  if (delegates != m_changeDelegates.end()) {
+    const std::vector<PropertyChangeDelegate> copy = delegates->second;  // a delegate may unregister itself
+    for (const PropertyChangeDelegate& delegate : copy) delegate(this, id);
+  }
+  if (id == prop::Active) DoPropagateActiveState();
+}
+
+void CScriptable::RegisterPropertyChangeDelegate(PropId id, const PropertyChangeDelegate& delegate) {
+  IndexOf(id);  // throws for a property the class does not have
+  m_changeDelegates[id].push_back(delegate);
+}
+
+void CScriptable::UnregisterPropertyChangeDelegate(PropId id, const PropertyChangeDelegate& delegate) {
+  const auto it = m_changeDelegates.find(id);
+  if (it == m_changeDelegates.end()) return;
+  std::vector<PropertyChangeDelegate>& list = it->second;
+  list.erase(std::remove(list.begin(), list.end(), delegate), list.end());
+  if (list.empty()) m_changeDelegates.erase(it);
+}
+
+// ---- Identity ----
+
+Handle CScriptable::GetHandle() const { return m_meta ? m_dataStore.GetU32(prop::Handle) : 0; }
+const std::string& CScriptable::GetName() const { return m_dataStore.GetString(prop::Name); }
+bool CScriptable::GetActive() const { return m_dataStore.GetBool(prop::Active); }
+bool CScriptable::IsTypeOf(ClassId id) const { return m_meta != nullptr && m_meta->IsTypeOf(id); }
+ClassId CScriptable::GetClassId() const { return m_meta ? m_meta->GetClassId() : 0; }
+CMetaClass* CScriptable::GetMetaClass() const { return m_meta; }
+std::string CScriptable::GetClassName() const { return m_meta ? m_meta->GetName() : std::string("(uninitialised)"); }
+
+// ---- Relations ----
+
+CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) {
+  for (RelationSlot& slot : m_relations) {
+    if (slot.type == type) return &slot;
+  }
+  return nullptr;
+}
+
+const CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) const {
+  return const_cast<CScriptable*>(this)->FindSlot(type);
+}
+
+CScriptable::RelationSlot& CScriptable::Slot(RelationType type) {
+  if (RelationSlot* slot = FindSlot(type)) return *slot;
+  m_relations.push_back(RelationSlot{type, {}, {}, {}});
+  return m_relations.back();
+}
+
+CScriptable* CScriptable::GetParent() const { return GetObject(0, ChildParent()); }
+
+CScriptable* CScriptable::GetObject(ClassId classId, RelationType type) const {
+  if (const RelationSlot* slot = FindSlot(type)) {
+    for (CScriptable* object : slot->objects) {
+      if (classId == 0 || object->IsTypeOf(classId)) return object;
+    }
+  }
+  return nullptr;
+}
+
+CScriptable* CScriptable::GetObject(const std::string& className, RelationType type) const {
+  const CMetaClass* meta = CMetaClassManager::Instance().GetClass(className);
+  return meta ? GetObject(meta->GetClassId(), type) : nullptr;
+}
+
+void CScriptable::GetObjects(ScriptableVec& out, ClassId classId, RelationType type) const {
+  if (const RelationSlot* slot = FindSlot(type)) {
+    for (CScriptable* object : slot->objects) {
+      if (classId == 0 || object->IsTypeOf(classId)) out.push_back(object);
+    }
+  }
+}
+
+void CScriptable::GetObjects(ScriptableVec& out, const std::string& className, RelationType type) const {
+  if (const CMetaClass* meta = CMetaClassManager::Instance().GetClass(className)) {
+    GetObjects(out, meta->GetClassId(), type);
+  }
+}
+
+void CScriptable::CollectTracked(const std::vector<Handle>& handles, ScriptableVec& out, ClassId classId) const {
+  const CHandleRegistry& registry = CHandleRegistry::Instance();
+  for (Handle handle : handles) {
+    CScriptable* object = registry.FindIncludingDeleted(handle);
+    if (object != nullptr && (classId == 0 || object->IsTypeOf(classId))) out.push_back(object);
+  }
+}
+
+void CScriptable::GetAddedObjects(ScriptableVec& out, ClassId classId, RelationType type) const {
+  if (const RelationSlot* slot = FindSlot(type)) CollectTracked(slot->added, out, classId);
+}
+
+void CScriptable::GetRemovedObjects(ScriptableVec& out, ClassId classId, RelationType type) const {
+  if (const RelationSlot* slot = FindSlot(type)) CollectTracked(slot->removed, out, classId);
+}
+
+bool CScriptable::ContainsObject(const CScriptable& other, RelationType type) const {
+  const RelationSlot* slot = FindSlot(type);
+  return slot != nullptr && std::find(slot->objects.begin(), slot->objects.end(), &other) != slot->objects.end();
+}
+
+bool CScriptable::AddObject(CScriptable& other, RelationType type, std::string* errorText) {
+  const std::string pair = GetName() + " and " + other.GetName();
+  if (&other == this) return Fail(errorText, GetName() + " cannot be related to itself");
+  if (IsDeleted() || other.IsDeleted()) return Fail(errorText, "Cannot relate deleted objects " + pair);
+  if (ContainsObject(other, type)) return Fail(errorText, pair + " are already related");
+  if (type.GetId() == relation::ParentChild) {
+    CScriptable& parent = type.IsForward() ? *this : other;
+    CScriptable& child = type.IsForward() ? other : *this;
+    if (child.GetParent() != nullptr) return Fail(errorText, child.GetName() + " already has a parent");
+    for (const CScriptable* up = &parent; up != nullptr; up = up->GetParent()) {
+      if (up == &child) return Fail(errorText, child.GetName() + " cannot become a child of its own descendant");
+    }
+  } else {
+    const RelationDesc* desc = CMetaClassManager::Instance().GetRelation(type.GetId());
+    if (desc == nullptr) return Fail(errorText, "Unknown relation " + std::to_string(type.GetId()));
+    CScriptable& source = type.IsForward() ? *this : other;
+    CScriptable& target = type.IsForward() ? other : *this;
+    if (!source.IsTypeOf(desc->source) || !target.IsTypeOf(desc->target)) {
+      return Fail(errorText, "Relation " + desc->name + " cannot lead from " + source.GetClassName() + " to " +
+                                 target.GetClassName());
+    }
+    if (desc->single && source.GetObject(0, RelationType(desc->id)) != nullptr) {
+      return Fail(errorText, source.GetName() + " already has its one " + desc->name + " relation");
+    }
+  }
+  Link(other, type);
+  return true;
+}
+
+bool CScriptable::RemoveObject(CScriptable& other, RelationType type) {
+  if (!ContainsObject(other, type)) return false;
+  Unlink(other, type);
+  return true;
+}
+
+bool CScriptable::SetObjects(const ScriptableVec& objects, RelationType type, bool removeOthers) {
+  if (removeOthers) {
+    ScriptableVec current;
+    GetObjects(current, 0, type);
+    for (CScriptable* object : current) {
+      if (std::find(objects.begin(), objects.end(), object) == objects.end()) Unlink(*object, type);
+    }
+  }
+  bool allAdded = true;
+  for (CScriptable* object : objects) {
+    if (object != nullptr && !ContainsObject(*object, type)) allAdded = AddObject(*object, type) && allAdded;
+  }
+  return allAdded;
+}
+
+void CScriptable::Link(CScriptable& other, RelationType type) {
+  RelationSlot& mine = Slot(type);
+  mine.objects.push_back(&other);
+  Track(mine.added, mine.removed, other.GetHandle());
+  RelationSlot& theirs = other.Slot(type.ReverseDir());
+  theirs.objects.push_back(this);
+  Track(theirs.added, theirs.removed, GetHandle());
+  OnRelationModified(type, other, true);
+  other.OnRelationModified(type.ReverseDir(), *this, true);
+}
+
+void CScriptable::Unlink(CScriptable& other, RelationType type) {
+  RelationSlot& mine = Slot(type);
+  mine.objects.erase(std::find(mine.objects.begin(), mine.objects.end(), &other));
+  Track(mine.removed, mine.added, other.GetHandle());
+  RelationSlot& theirs = other.Slot(type.ReverseDir());
+  theirs.objects.erase(std::find(theirs.objects.begin(), theirs.objects.end(), this));
+  Track(theirs.removed, theirs.added, GetHandle());
+  OnRelationModified(type, other, false);
+  other.OnRelationModified(type.ReverseDir(), *this, false);
+}
+
+void CScriptable::DetachAll() {
+  for (std::size_t i = 0; i < m_relations.size(); ++i) {
+    while (!m_relations[i].objects.empty()) {
+      Unlink(*m_relations[i].objects.back(), m_relations[i].type);
+    }
+  }
+}
+
+// ---- State ----
+
+bool CScriptable::IsObjectDirty(bool checkChildren) const {
+  if (m_state != STATE_CLEAN) return true;
+  if (!checkChildren) return false;
+  ScriptableVec children;
+  GetObjects(children);
+  return std::any_of(children.begin(), children.end(), [](const CScriptable* c) { return c->IsObjectDirty(true); });
+}
+
+int CScriptable::GetActivatedState() const { return GetActive() != m_activeAtCommit ? 1 : 0; }
+
+void CScriptable::MarkDelete(bool withChildren, bool callHooks) {
+  if (IsDeleted()) return;
+  std::vector<Handle> handles;
+  if (withChildren) {
+    CollectSubtree(*this, handles);
+  } else {
+    handles.push_back(GetHandle());
+  }
+  CHandleRegistry& registry = CHandleRegistry::Instance();
+  // Hooks run first, while the objects are still in place; a hook may delete objects itself,
+  // so every step looks the objects up again.
+  if (callHooks) {
+    for (Handle handle : handles) {
+      if (CScriptable* object = registry.Find(handle)) object->OnMarkDelete();
+    }
+  }
+  ScriptableVec marked;
+  for (Handle handle : handles) {
+    CScriptable* object = registry.FindIncludingDeleted(handle);
+    if (object == nullptr || object->m_state == STATE_DELETED) continue;
+    object->m_state = STATE_DELETED;
+    marked.push_back(object);
+  }
+  for (CScriptable* object : marked) object->DetachAll();
+  for (CScriptable* object : marked) {
+    if (object->IsTypeOf(classid::Result)) {
+      DestroyTree(object);
+    } else {
+      PendingDeletes().push_back(object->GetHandle());
+    }
+  }
+}
+
+void CScriptable::Delete() {
+  MarkDelete(true, true);
+  const Handle handle = GetHandle();
+  if (CHandleRegistry::Instance().FindIncludingDeleted(handle) == this) DestroyTree(this);
+}
+
+void CScriptable::ResetDefaults() {
+  for (const PropertyDesc& desc : m_meta->GetProperties()) {
+    if (desc.id != prop::Handle && desc.id != prop::Name && !desc.readOnly) StoreValue(desc.id, desc.defaultValue);
+  }
+}
+
+void CScriptable::ResetSingleton(bool destroyChildren) {
+  ResetDefaults();
+  if (!destroyChildren) return;
+  ScriptableVec children;
+  GetObjects(children);
+  for (CScriptable* child : children) DestroyTree(child);
+}
+
+void CScriptable::UpdateObjectName() { OnUpdateAutoObjectName(); }
+
+// ---- Cloning ----
+
+CScriptable* CScriptable::Clone(CScriptable* parent) {
+  CScriptable* copy = DoClone(parent);
+  if (copy == nullptr) return nullptr;
+  DoCloneCopyProperties(*copy);
+  DoCloneCopyInternals(*copy);
+  DoCloneChildren(*copy);
+  DoCloneCopyOtherRelations(*copy);
+  return copy;
+}
+
+CScriptable* CScriptable::DoClone(CScriptable* parent) {
+  return CScriptableCreator().Create(m_meta, parent, true, true, 0);
+}
+
+void CScriptable::DoCloneChildren(CScriptable& copy) {
+  ScriptableVec children;
+  GetObjects(children);
+  for (CScriptable* child : children) {
+    if (AllowChildClone(*child)) child->Clone(&copy);
+  }
+}
+
+void CScriptable::DoCloneCopyProperties(CScriptable& copy) const {
+  for (const PropertyDesc& desc : m_meta->GetProperties()) {
+    if (desc.id != prop::Handle && desc.id != prop::Name) copy.StoreValue(desc.id, m_dataStore.GetValue(desc.id));
+  }
+}
+
+void CScriptable::DoCloneCopyOtherRelations(CScriptable& copy) const {
+  for (const RelationSlot& slot : m_relations) {
+    const RelationId id = slot.type.GetId();
+    if (id == relation::ParentChild || id == relation::Result) continue;
+    for (CScriptable* object : slot.objects) copy.AddObject(*object, slot.type);
+  }
+}
+
+void CScriptable::DoCloneCopyInternals(CScriptable&) const {}
+
+bool CScriptable::AllowChildClone(const CScriptable& child) const { return !child.IsTypeOf(classid::Result); }
+
+// ---- Hooks ----
+
+void CScriptable::OnRelationModified(RelationType, CScriptable&, bool) {}
+void CScriptable::EventCallback(EventType, CMessage&) {}
+bool CScriptable::PerformOperation(unsigned, CMessage&, CMessage&) { return false; }
+bool CScriptable::OnPropagatingActive(bool) { return false; }
+
+void CScriptable::DoPropagateActiveState() {
+  const bool active = GetActive();
+  ScriptableVec children;
+  GetObjects(children);
+  for (CScriptable* child : children) {
+    if (child->GetActive() != active && child->OnPropagatingActive(active)) child->StoreValue(prop::Active, active);
+  }
+}
+
+void CScriptable::OnUpdateAutoObjectName() {
+  StoreValue(prop::Name, m_meta->GetName() + " " + std::to_string(m_meta->TakeAutoNameIndex()));
+}
+
+// ---- Host side ----
+
+void CScriptable::InitObject(CMetaClass& meta, Handle handle) {
+  m_meta = &meta;
+  m_dataStore.Init(meta);
+  m_dataStore.At(m_dataStore.IndexOf(prop::Handle)) = std::uint32_t{handle};
+  m_state = STATE_CREATED;
+  m_activeAtCommit = GetActive();
+}
+
+void CScriptable::Commit() {
+  if (!IsDeleted()) m_state = STATE_CLEAN;
+  for (RelationSlot& slot : m_relations) {
+    slot.added.clear();
+    slot.removed.clear();
+  }
+  m_activeAtCommit = GetActive();
+}
+
+void CScriptable::CommitObjects(const ScriptableVec& objects) {
+  for (CScriptable* object : objects) {
+    if (object != nullptr) object->Commit();
+  }
+}
+
+std::size_t CScriptable::DestroyDeletedObjects() {
+  std::vector<Handle> pending;
+  pending.swap(PendingDeletes());
+  std::size_t destroyed = 0;
+  for (Handle handle : pending) {
+    CScriptable* object = CHandleRegistry::Instance().FindIncludingDeleted(handle);
+    if (object == nullptr) continue;
+    DestroyTree(object);
+    ++destroyed;
+  }
+  return destroyed;
+}
+
+std::size_t CScriptable::PendingDeletedCount() { return PendingDeletes().size(); }
+
+void CScriptable::DestroyTree(CScriptable* object) {
+  if (object == nullptr) return;
+  ScriptableVec children;
+  object->GetObjects(children);
+  for (CScriptable* child : children) DestroyTree(child);
+  object->DetachAll();
+  const Handle handle = object->GetHandle();
+  CHandleRegistry::Instance().Unregister(handle);
+  EraseHandle(PendingDeletes(), handle);
+  CMetaClass* meta = object->m_meta;
+  object->m_meta = nullptr;  // the destructor has nothing left to undo
+  meta->Destroy(object);
+}
+
+void ReleaseScriptable(CScriptable* object) { CScriptable::DestroyTree(object); }
+
+}  // namespace framework
+}  // namespace kel
