@@ -4,6 +4,7 @@
 
 #include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
+#include "kel/core/ProtocolModule.h"
 #include "kel/core/ProtocolConfig.h"
 #include "kel/framework/HandleRegistry.h"
 #include "kel/framework/HostClassIds.h"
@@ -27,7 +28,8 @@ CBaseProtocol::CBaseProtocol(const std::string& group, const std::string& name, 
                              const std::string& msgSetName, framework::BLLLogger* userLogger)
     : m_group(group), m_name(name), m_managedClass(managedClass), m_msgSetName(msgSetName), m_userLogger(userLogger) {}
 
-CBaseProtocol::~CBaseProtocol() = default;
+// A destroyed protocol must not stay registered.
+CBaseProtocol::~CBaseProtocol() { core::CProtocolModule::Instance().UnregisterProtocol(this); }
 
 void CBaseProtocol::GetManagedProtocolConfig(std::vector<unsigned>& handles) {
   ScriptableVec configs;
