@@ -153,7 +153,7 @@ void CMetaClassManager::AddDataModelDescription(const std::string& yamlText, con
   unsigned block = 0;
   try {
     const YAML::Node root = YAML::Load(yamlText);
-    block = ParseId(root["idBlock"], sourceName + ": idBlock");
+    block = ParseId(root["idBlock"], "idBlock");
   } catch (const std::exception& e) {
     m_errors.push_back("Data model " + sourceName + ": " + e.what());
     BLLLoggerFactory::GetInstance().GetLogger("kel.host")->Error(m_errors.back(), __FILE__, __LINE__);
@@ -210,7 +210,12 @@ void CMetaClassManager::Load(unsigned idBlock) {
           throw CKelLogicError(pwhere + ": not a property id of its class");
         }
         desc.name = RequiredText(p, "name", pwhere);
-        desc.type = ParsePropertyType(RequiredText(p, "type", pwhere));
+        const std::string typeName = RequiredText(p, "type", pwhere);
+        try {
+          desc.type = ParsePropertyType(typeName);
+        } catch (const CKelLogicError& e) {
+          throw CKelLogicError(pwhere + ": " + e.GetMessage());
+        }
         desc.defaultValue = ParseDefault(p, desc.type, pwhere);
         desc.readOnly = OptionalBool(p, "readOnly", pwhere);
         desc.description = OptionalText(p, "description");

@@ -1,8 +1,6 @@
 #include "kel/framework/PropertyValue.h"
 
-#include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <limits>
 #include <sstream>
 
@@ -15,13 +13,14 @@ namespace {
 
 const char* const kTypeNames[] = {"u8", "u16", "u32", "u64", "bool", "double", "string", "handles"};
 
+// Decimal, or hex after "0x"; nothing else (no sign, blanks or octal), so "010" is ten.
 std::uint64_t ParseUnsigned(const std::string& text, std::uint64_t max, const char* what) {
-  const char* begin = text.c_str();
-  char* end = nullptr;
-  errno = 0;
-  const bool negative = text.find('-') != std::string::npos;
-  const unsigned long long value = std::strtoull(begin, &end, 0);
-  if (text.empty() || negative || errno == ERANGE || *end != '\0' || end == begin || value > max) {
+  const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  const char* begin = text.data() + (hex ? 2 : 0);
+  const char* end = text.data() + text.size();
+  std::uint64_t value = 0;
+  const auto result = std::from_chars(begin, end, value, hex ? 16 : 10);
+  if (result.ec != std::errc() || result.ptr != end || value > max) {
     throw CKelRunTimeError("'" + text + "' is not " + what);
   }
   return value;

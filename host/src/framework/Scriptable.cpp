@@ -19,18 +19,26 @@ std::vector<Handle>& PendingDeletes() {
   return pending;
 }
 
+ResultObserver s_resultObserver = nullptr;
+
 void EraseHandle(std::vector<Handle>& handles, Handle handle) {
   handles.erase(std::remove(handles.begin(), handles.end(), handle), handles.end());
 }
 
-// Records an add (or a remove) of `handle`; an add cancels an earlier remove and the reverse.
-void Track(std::vector<Handle>& same, std::vector<Handle>& opposite, Handle handle) {
-  const auto it = std::find(opposite.begin(), opposite.end(), handle);
-  if (it != opposite.end()) {
-    opposite.erase(it);
+// Records an add: it cancels an earlier remove of the object.
+void TrackAdded(std::vector<Handle>& added, std::vector<Handle>& removed, Handle handle) {
+  const auto it = std::find(removed.begin(), removed.end(), handle);
+  if (it != removed.end()) {
+    removed.erase(it);
   } else {
-    same.push_back(handle);
+    added.push_back(handle);
   }
+}
+
+// Records a remove: the object leaves the added list and always joins the removed list.
+void TrackRemoved(std::vector<Handle>& added, std::vector<Handle>& removed, Handle handle) {
+  EraseHandle(added, handle);
+  if (std::find(removed.begin(), removed.end(), handle) == removed.end()) removed.push_back(handle);
 }
 
 bool Fail(std::string* errorText, const std::string& text) {
@@ -149,6 +157,7 @@ void CScriptable::StoreAt(int index, PropId id, const PropertyValue& value) {
     for (const PropertyChangeDelegate& delegate : copy) delegate(this, id);
   }
   if (id == prop::Active) DoPropagateActiveState();
+  if (m_isResult && s_resultObserver != nullptr) s_resultObserver(*this, ResultChange::Changed);
 }
 
 void CScriptable::RegisterPropertyChangeDelegate(PropId id, const PropertyChangeDelegate& delegate) {
@@ -244,6 +253,12 @@ bool CScriptable::ContainsObject(const CScriptable& other, RelationType type) co
   return slot != nullptr && std::find(slot->objects.begin(), slot->objects.end(), &other) != slot->objects.end();
 }
 
+std::vector<RelationType> CScriptable::GetRelationTypes() const {
+  std::vector<RelationType> types;
+  for (const RelationSlot& slot : m_relations) types.push_back(slot.type);
+  return types;
+}
+
 bool CScriptable::AddObject(CScriptable& other, RelationType type, std::string* errorText) {
   const std::string pair = GetName() + " and " + other.GetName();
   if (&other == this) return Fail(errorText, GetName() + " cannot be related to itself");
@@ -291,16 +306,29 @@ bool CScriptable::SetObjects(const ScriptableVec& objects, RelationType type, bo
   for (CScriptable* object : objects) {
     if (object != nullptr && !ContainsObject(*object, type)) allAdded = AddObject(*object, type) && allAdded;
   }
+  if (removeOthers) {
+    // Objects related before kept their old places; the relation takes the given order.
+    if (RelationSlot* slot = FindSlot(type)) {
+      ScriptableVec ordered;
+      for (CScriptable* object : objects) {
+        if (object != nullptr && ContainsObject(*object, type) &&
+            std::find(ordered.begin(), ordered.end(), object) == ordered.end()) {
+          ordered.push_back(object);
+        }
+      }
+      slot->objects = ordered;
+    }
+  }
   return allAdded;
 }
 
 void CScriptable::Link(CScriptable& other, RelationType type) {
   RelationSlot& mine = Slot(type);
   mine.objects.push_back(&other);
-  Track(mine.added, mine.removed, other.GetHandle());
+  TrackAdded(mine.added, mine.removed, other.GetHandle());
   RelationSlot& theirs = other.Slot(type.ReverseDir());
   theirs.objects.push_back(this);
-  Track(theirs.added, theirs.removed, GetHandle());
+  TrackAdded(theirs.added, theirs.removed, GetHandle());
   OnRelationModified(type, other, true);
   other.OnRelationModified(type.ReverseDir(), *this, true);
 }
@@ -308,10 +336,10 @@ void CScriptable::Link(CScriptable& other, RelationType type) {
 void CScriptable::Unlink(CScriptable& other, RelationType type) {
   RelationSlot& mine = Slot(type);
   mine.objects.erase(std::find(mine.objects.begin(), mine.objects.end(), &other));
-  Track(mine.removed, mine.added, other.GetHandle());
+  TrackRemoved(mine.added, mine.removed, other.GetHandle());
   RelationSlot& theirs = other.Slot(type.ReverseDir());
   theirs.objects.erase(std::find(theirs.objects.begin(), theirs.objects.end(), this));
-  Track(theirs.removed, theirs.added, GetHandle());
+  TrackRemoved(theirs.added, theirs.removed, GetHandle());
   OnRelationModified(type, other, false);
   other.OnRelationModified(type.ReverseDir(), *this, false);
 }
@@ -370,9 +398,16 @@ void CScriptable::MarkDelete(bool withChildren, bool callHooks) {
 }
 
 void CScriptable::Delete() {
+  // MarkDelete detaches the subtree (and destroys result objects, this one included), so the
+  // subtree is collected by handle first: every member still there goes now.
+  std::vector<Handle> subtree;
+  CollectSubtree(*this, subtree);
   MarkDelete(true, true);
-  const Handle handle = GetHandle();
-  if (CHandleRegistry::Instance().FindIncludingDeleted(handle) == this) DestroyTree(this);
+  CHandleRegistry& registry = CHandleRegistry::Instance();
+  for (Handle handle : subtree) {
+    CScriptable* object = registry.FindIncludingDeleted(handle);
+    if (object != nullptr && object->IsDeleted()) DestroyTree(object);
+  }
 }
 
 void CScriptable::ResetDefaults() {
@@ -394,6 +429,10 @@ void CScriptable::UpdateObjectName() { OnUpdateAutoObjectName(); }
 // ---- Cloning ----
 
 CScriptable* CScriptable::Clone(CScriptable* parent) {
+  // A copy below the original would be copied again as one of the original's children, forever.
+  for (const CScriptable* up = parent; up != nullptr; up = up->GetParent()) {
+    if (up == this) throw CKelLogicError("Cannot clone " + GetName() + " below itself");
+  }
   CScriptable* copy = DoClone(parent);
   if (copy == nullptr) return nullptr;
   DoCloneCopyProperties(*copy);
@@ -424,7 +463,7 @@ void CScriptable::DoCloneCopyProperties(CScriptable& copy) const {
 void CScriptable::DoCloneCopyOtherRelations(CScriptable& copy) const {
   for (const RelationSlot& slot : m_relations) {
     const RelationId id = slot.type.GetId();
-    if (id == relation::ParentChild || id == relation::Result) continue;
+    if (id == relation::ParentChild || id == relation::Result || !CloneRelationType(slot.type)) continue;
     for (CScriptable* object : slot.objects) copy.AddObject(*object, slot.type);
   }
 }
@@ -457,6 +496,7 @@ void CScriptable::OnUpdateAutoObjectName() {
 
 void CScriptable::InitObject(CMetaClass& meta, Handle handle) {
   m_meta = &meta;
+  m_isResult = meta.IsTypeOf(classid::Result);
   m_dataStore.Init(meta);
   m_dataStore.At(m_dataStore.IndexOf(prop::Handle)) = std::uint32_t{handle};
   m_state = STATE_CREATED;
@@ -493,11 +533,20 @@ std::size_t CScriptable::DestroyDeletedObjects() {
 
 std::size_t CScriptable::PendingDeletedCount() { return PendingDeletes().size(); }
 
+ScriptableVec CScriptable::PendingDeletedObjects() {
+  ScriptableVec objects;
+  for (Handle handle : PendingDeletes()) {
+    if (CScriptable* object = CHandleRegistry::Instance().FindIncludingDeleted(handle)) objects.push_back(object);
+  }
+  return objects;
+}
+
 void CScriptable::DestroyTree(CScriptable* object) {
   if (object == nullptr) return;
   ScriptableVec children;
   object->GetObjects(children);
   for (CScriptable* child : children) DestroyTree(child);
+  if (object->m_isResult && s_resultObserver != nullptr) s_resultObserver(*object, ResultChange::Deleted);
   object->DetachAll();
   const Handle handle = object->GetHandle();
   CHandleRegistry::Instance().Unregister(handle);
@@ -505,6 +554,12 @@ void CScriptable::DestroyTree(CScriptable* object) {
   CMetaClass* meta = object->m_meta;
   object->m_meta = nullptr;  // the destructor has nothing left to undo
   meta->Destroy(object);
+}
+
+void CScriptable::SetResultObserver(ResultObserver observer) { s_resultObserver = observer; }
+
+void CScriptable::NotifyResultCreated() const {
+  if (m_isResult && s_resultObserver != nullptr) s_resultObserver(*this, ResultChange::Created);
 }
 
 void ReleaseScriptable(CScriptable* object) { CScriptable::DestroyTree(object); }

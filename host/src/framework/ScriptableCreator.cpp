@@ -47,6 +47,7 @@ CScriptable* CScriptableCreator::Create(CMetaClass* meta, CScriptable* parent, b
     CScriptable::DestroyTree(object);
     throw;
   }
+  object->NotifyResultCreated();
   return object;
 }
 

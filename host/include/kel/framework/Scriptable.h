@@ -34,6 +34,10 @@ enum EventType : unsigned;
 
 using PropertyChangeDelegate = Delegate<FastDelegate2<CScriptable*, PropId, void>>;
 
+// What happened to a result object, for the result module.
+enum class ResultChange { Created, Changed, Deleted };
+using ResultObserver = void (*)(const CScriptable& result, ResultChange change);
+
 class CScriptable {
  public:
   enum State {
@@ -103,11 +107,15 @@ class CScriptable {
   CScriptable* GetObject(const std::string& className, RelationType type = ParentChild()) const;
   void GetObjects(ScriptableVec& out, ClassId classId = 0, RelationType type = ParentChild()) const;
   void GetObjects(ScriptableVec& out, const std::string& className, RelationType type = ParentChild()) const;
-  // Objects added to or removed from the relation since this object's last commit. An object
-  // added and removed again (or the reverse) appears in neither list.
+  // Objects added to or removed from the relation since this object's last commit. Adding back
+  // a removed object takes it off the removed list (nothing changed for it); removing an added
+  // one moves it from the added to the removed list, so that a container that is never committed
+  // (the project) still reports every object removed from it.
   void GetAddedObjects(ScriptableVec& out, ClassId classId, RelationType type) const;
   void GetRemovedObjects(ScriptableVec& out, ClassId classId, RelationType type) const;
   bool ContainsObject(const CScriptable& other, RelationType type) const;
+  // The relation kinds this object has ever been part of, in first-use order.
+  std::vector<RelationType> GetRelationTypes() const;
   // Relates this object to `other`. Returns false and, when errorText is given, says why when the
   // relation cannot be made: already related, an object related to itself, a deleted object, a
   // second parent, a parent-child cycle, classes that the relation's description does not allow,
@@ -134,7 +142,8 @@ class CScriptable {
   void MarkDelete(bool withChildren = true, bool callHooks = true);
   // Deletes and destroys the object and its subtree at once.
   void Delete();
-  // Every property back to its class default, except the handle and the name.
+  // Every property back to its class default, except the handle, the name and the read-only
+  // properties (the host maintains those: a port's Online, a command's State).
   void ResetDefaults();
   // For singletons: defaults back and, with destroyChildren, every child destroyed.
   void ResetSingleton(bool destroyChildren);
@@ -143,6 +152,7 @@ class CScriptable {
 
   // A copy of this object (class, properties but handle and name, children that AllowChildClone
   // admits, and other relations) under `parent`. Returns null when the class cannot be made.
+  // Throws CKelLogicError when `parent` is the object itself or lies below it.
   CScriptable* Clone(CScriptable* parent);
 
   // ---- Hooks ----
@@ -163,7 +173,10 @@ class CScriptable {
   virtual CScriptable* DoClone(CScriptable* parent);
   virtual void DoCloneChildren(CScriptable& copy);
   virtual void DoCloneCopyProperties(CScriptable& copy) const;
+  // Copies the relations other than parent-child and results that CloneRelationType admits.
   virtual void DoCloneCopyOtherRelations(CScriptable& copy) const;
+  // Whether a copy keeps relations of this kind; the base keeps them all.
+  virtual bool CloneRelationType(RelationType) const { return true; }
   virtual void DoCloneCopyInternals(CScriptable& copy) const;
   virtual bool AllowChildClone(const CScriptable& child) const;
 
@@ -176,8 +189,15 @@ class CScriptable {
   // Destroys every object marked deleted and not yet destroyed; returns how many.
   static std::size_t DestroyDeletedObjects();
   static std::size_t PendingDeletedCount();
+  // The objects marked deleted that DestroyDeletedObjects would destroy now.
+  static ScriptableVec PendingDeletedObjects();
   // Destroys the object and its subtree now, through their classes' destroy functions.
   static void DestroyTree(CScriptable* object);
+  // The one observer of result objects: told when one is made, when a property of one changes,
+  // and just before one is destroyed. Null stops it.
+  static void SetResultObserver(ResultObserver observer);
+  // Host side: the creator's report of a result object it has made.
+  void NotifyResultCreated() const;
 
  protected:
   // Host side: writes a value with change tracking, read-only properties included.
@@ -204,6 +224,7 @@ class CScriptable {
   void StoreAt(int index, PropId id, const PropertyValue& value);
 
   CMetaClass* m_meta = nullptr;
+  bool m_isResult = false;
   CDataStore m_dataStore;
   State m_state = STATE_CREATED;
   bool m_activeAtCommit = true;
