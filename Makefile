@@ -7,7 +7,7 @@ SANITIZE_BUILD ?= build-sanitize
 SANITIZER_RUNTIME_OPTIONS := ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
                              UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-.PHONY: test bootstrap configure build demo sanitize clean
+.PHONY: test bootstrap configure build demo sanitize fuzz clean
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j2
@@ -32,5 +32,9 @@ sanitize: bootstrap
 	cmake --build $(SANITIZE_BUILD)
 	$(SANITIZER_RUNTIME_OPTIONS) ctest --test-dir $(SANITIZE_BUILD) --output-on-failure -j2
 
+# libFuzzer targets, built with clang in build-fuzz; FUZZ_SECONDS per target (default 20).
+fuzz: bootstrap
+	scripts/fuzz
+
 clean:
-	rm -rf $(BUILD) $(SANITIZE_BUILD)
+	rm -rf $(BUILD) $(SANITIZE_BUILD) build-fuzz
