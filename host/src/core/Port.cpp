@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "kel/core/PortChannels.h"
 #include "kel/framework/HostClassIds.h"
 
 namespace kel {
@@ -25,6 +26,23 @@ const CPhysicalPortGroup* CPhysicalPortGroup::ForName(const std::string& name) {
 const ClassId& CPort::CLASS_ID() {
   static const ClassId id = framework::classid::Port;
   return id;
+}
+
+bool CPort::OnInit() {
+  RegisterPropertyChangeDelegate(
+      prop::Location, framework::PropertyChangeDelegate(framework::MakeDelegate(this, &CPort::OnLocationChanged)));
+  CPortChannels::Instance().GetMessenger(*this);
+  return true;
+}
+
+bool CPort::OnMarkDelete() {
+  CPortChannels::Instance().Forget(GetHandle());
+  return true;
+}
+
+void CPort::OnLocationChanged(framework::CScriptable*, framework::PropId) {
+  CPortChannels::Instance().Forget(GetHandle());
+  CPortChannels::Instance().GetMessenger(*this);
 }
 
 const CPhysicalPortGroup* CPort::GetPortGroup() const {

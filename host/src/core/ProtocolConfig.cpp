@@ -1,6 +1,7 @@
 #include "kel/core/ProtocolConfig.h"
 
 #include "kel/core/EmulatedDevice.h"
+#include "kel/core/Port.h"
 #include "kel/framework/HostClassIds.h"
 
 namespace kel {
@@ -14,6 +15,13 @@ const framework::ClassId& CProtocolConfig::CLASS_ID() {
 CPort* CProtocolConfig::GetPort() const {
   const auto* device = dynamic_cast<const CEmulatedDevice*>(GetParent());
   return device ? device->GetPort() : nullptr;
+}
+
+std::string CProtocolConfig::GetRouteDescriptor() const {
+  std::string route;
+  if (const CPort* port = GetPort()) route = port->GetName() + "/";
+  if (const framework::CScriptable* device = GetParent()) route += device->GetName() + "/";
+  return route + GetName();
 }
 
 void CProtocolConfig::OnInterfaceUpdate(framework::CScriptable*) {}

@@ -230,6 +230,8 @@ bool CTaskManager::Cancel(EventId id) {
   return true;
 }
 
+bool CTaskManager::IsPending(EventId id) const { return state_->dueTimeById.count(id) != 0; }
+
 void CTaskManager::PostFromAnyThread(std::function<void()> work, EventKind kind) {
   RequireCallable(work, "PostFromAnyThread", "the work");
   {

@@ -1,9 +1,11 @@
 #include "kel/rtgcore/BaseProtocol.h"
 
+#include <algorithm>
 #include <tuple>
 
 #include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
+#include "kel/core/PortChannels.h"
 #include "kel/core/ProtocolModule.h"
 #include "kel/core/ProtocolConfig.h"
 #include "kel/framework/HandleRegistry.h"
@@ -19,10 +21,10 @@ using framework::RelationType;
 bool PortHandleLess::operator()(const CPort* a, const CPort* b) const { return a->GetHandle() < b->GetHandle(); }
 
 bool CBaseProtocol::CacheKey::operator<(const CacheKey& o) const {
-  const framework::Handle mine = port ? port->GetHandle() : 0;
-  const framework::Handle theirs = o.port ? o.port->GetHandle() : 0;
-  return std::tie(mine, classId, kind) < std::tie(theirs, o.classId, o.kind);
+  return std::tie(portHandle, classId, kind) < std::tie(o.portHandle, o.classId, o.kind);
 }
+
+framework::Handle CBaseProtocol::PortHandleOf(const CPort* port) { return port ? port->GetHandle() : 0; }
 
 CBaseProtocol::CBaseProtocol(const std::string& group, const std::string& name, ClassId managedClass,
                              const std::string& msgSetName, framework::BLLLogger* userLogger)
@@ -76,6 +78,7 @@ void CBaseProtocol::SendAttachInterfaceMessage(CPort&, const std::vector<unsigne
 void CBaseProtocol::OnPortStatusChange(CPort& port, bool online) {
   if (online) {
     DeleteAllProtocolObjects(port);
+    m_applied.erase(port.GetHandle());  // the port holds nothing of this protocol now
   } else {
     ProcessOfflinePort(&port);
   }
@@ -134,19 +137,21 @@ void CBaseProtocol::InsertIntoCache(const CScriptable::State& state, const CPort
   if (object == nullptr || state == CScriptable::STATE_DELETED_LOCAL) return;
   const ClassId classId = object->GetClassId();
   for (ObjType kind : {OBJ_DELETED, OBJ_CREATED, OBJ_MODIFIED, OBJ_CLEAN}) {
-    const auto it = m_cache.find(CacheKey{port, classId, kind});
+    const auto it = m_cache.find(CacheKey{PortHandleOf(port), classId, kind});
     if (it != m_cache.end()) it->second.erase(object);
   }
-  m_cache[CacheKey{port, classId, KindOf(state)}].insert(object);
+  m_cache[CacheKey{PortHandleOf(port), classId, KindOf(state)}].insert(object);
 }
 
 const CBaseProtocol::ConfigSet* CBaseProtocol::GetConfigsFromCache(const CPort& port, const ClassId& classId,
                                                                    ObjType kind) const {
-  const auto it = m_cache.find(CacheKey{&port, classId, kind});
+  const auto it = m_cache.find(CacheKey{port.GetHandle(), classId, kind});
   return it != m_cache.end() ? &it->second : nullptr;
 }
 
 bool CBaseProtocol::GetPortOnline(const CPort& port) const { return port.IsOnline(); }
+
+core::Messenger& CBaseProtocol::GetMessenger(CPort& port) const { return core::CPortChannels::Instance().GetMessenger(port); }
 
 void CBaseProtocol::BuildPortCfgVecMap(const ScriptableVec& configs, PortCfgVecMap& out) const {
   for (CScriptable* config : configs) {
@@ -159,6 +164,84 @@ void CBaseProtocol::BuildEventLogMap(const std::vector<unsigned>& handles, PortH
   for (unsigned handle : handles) {
     const auto* config = dynamic_cast<const core::CProtocolConfig*>(framework::CHandleRegistry::Instance().Find(handle));
     if (CPort* port = config ? config->GetPort() : nullptr) out[port].push_back(handle);
+  }
+}
+
+// ---- The apply cycle ----
+
+std::vector<CPort*> CBaseProtocol::ProjectPorts() {
+  ScriptableVec objects;
+  framework::CProject::GetCurrentActiveInstance().GetObjects(objects, framework::classid::Port);
+  std::vector<CPort*> ports;
+  for (CScriptable* object : objects) ports.push_back(static_cast<CPort*>(object));
+  std::sort(ports.begin(), ports.end(), PortHandleLess());
+  return ports;
+}
+
+void CBaseProtocol::PrepareApply(ValidationContext& ctx) {
+  ResetAllInternalParams();
+  const std::vector<CPort*> ports = ProjectPorts();
+  for (CPort* port : ports) {
+    ScriptableVec current;
+    GetProtocolConfigs(*port, current);
+    const std::vector<framework::Handle>& applied = m_applied[port->GetHandle()];
+    for (framework::Handle handle : applied) {
+      CScriptable* config = framework::CHandleRegistry::Instance().FindIncludingDeleted(handle);
+      if (config != nullptr && std::find(current.begin(), current.end(), config) == current.end()) {
+        BuildDeleteObjectMap(*port, config);
+      }
+    }
+    for (CScriptable* config : current) {
+      const bool newToPort = std::find(applied.begin(), applied.end(), config->GetHandle()) == applied.end();
+      if (newToPort && config->GetObjectState() == CScriptable::STATE_CLEAN) {
+        config->SetObjectState(CScriptable::STATE_MODIFIED);
+      }
+      BuildAddModifyObjectMap(*port, config);
+    }
+  }
+  for (CPort* port : ports) {
+    ctx.SetObjectUnderValidation(port);
+    DoValidateInterfaceSetup(ctx, *port);
+    DoValidatePortGroup(ctx, *port);
+    ValidateActivePortPhy(ctx, *port);
+    DoValidatePort(ctx, *port);
+  }
+  ctx.SetObjectUnderValidation(&framework::CProject::GetCurrentActiveInstance());
+  DoValidateProject(ctx);
+}
+
+void CBaseProtocol::SendApply() {
+  ProcessGlobalConfigs();
+  for (CPort* port : ProjectPorts()) {
+    BuildAndSendDeleteMsg(*port);
+    PostProcessDeletesPerPort(*port);
+    BuildAndSendAddModifyMsg(OBJ_CREATED, *port);
+    PostProcessCreatesPerPort(*port);
+    BuildAndSendAddModifyMsg(OBJ_MODIFIED, *port);
+    PostProcessUpdatesPerPort(*port);
+  }
+  PostProcessAfterCategory();
+  PostApplyProcessing();
+}
+
+void CBaseProtocol::CommitApply(const ScriptableVec& destroyed) {
+  for (CScriptable* object : m_dirty) {
+    if (std::find(destroyed.begin(), destroyed.end(), object) == destroyed.end()) object->Commit();
+  }
+  for (auto& entry : m_cache) {
+    for (CScriptable* object : destroyed) entry.second.erase(object);
+  }
+  m_dirty.erase(std::remove_if(m_dirty.begin(), m_dirty.end(),
+                               [&destroyed](CScriptable* object) {
+                                 return std::find(destroyed.begin(), destroyed.end(), object) != destroyed.end();
+                               }),
+                m_dirty.end());
+  m_applied.clear();
+  for (CPort* port : ProjectPorts()) {
+    ScriptableVec current;
+    GetProtocolConfigs(*port, current);
+    std::vector<framework::Handle>& applied = m_applied[port->GetHandle()];
+    for (const CScriptable* config : current) applied.push_back(config->GetHandle());
   }
 }
 

@@ -2,9 +2,10 @@
 // CPort: a test port (class "Port"), and CPhysicalPortGroup, the ports that share one test
 // module's hardware.
 //
-// A port is online while its endpoint answers; the host's port monitor sets that. Each port is
-// its own physical port group unless its PortGroup property names a group that other ports name
-// too.
+// A port is online while its endpoint answers: its message channel is made when the port is made
+// (and again when its Location changes), and the channel's connection sets the Online property.
+// Each port is its own physical port group unless its PortGroup property names a group that other
+// ports name too.
 
 #include <memory>
 #include <string>
@@ -50,6 +51,12 @@ class CPort : public framework::CScriptable {
 
   // The port's own group ("port <handle>") when PortGroup is empty.
   const CPhysicalPortGroup* GetPortGroup() const;
+
+  bool OnInit() override;
+  bool OnMarkDelete() override;
+
+ private:
+  void OnLocationChanged(framework::CScriptable* port, framework::PropId id);
 };
 
 }  // namespace core

@@ -13,6 +13,7 @@ namespace kel {
 namespace core {
 
 using framework::ClassId;
+class CPort;
 
 // A control request from a user interface (start, stop, establish...) addressed to protocols.
 struct ControlMessage {
@@ -52,6 +53,8 @@ class CProtocol {
   virtual void GetFlappableObjectClassIds(std::vector<ClassId>& /*classIds*/) const {}
   // The name of the message set the protocol speaks ("BST_1").
   virtual const std::string& GetMsgSetName() const = 0;
+  // A port went offline or came back online; nothing by default.
+  virtual void OnPortStatusChange(CPort& /*port*/, bool /*online*/) {}
 };
 
 }  // namespace core

@@ -4,6 +4,7 @@
 // flag: deactivating a device deactivates its protocol configurations.
 
 #include <set>
+#include <string>
 
 #include "kel/framework/Scriptable.h"
 
@@ -25,6 +26,9 @@ class CProtocolConfig : public framework::CScriptable {
   virtual CNetworkInterface* GetApplyIf() const { return nullptr; }
   virtual void GetApplyIfSet(std::set<CNetworkInterface*>&) const {}
 
+  // Where the configuration runs, for logs and users: "<port>/<device>/<configuration>" (a missing
+  // port or device is left out).
+  virtual std::string GetRouteDescriptor() const;
   // Called when an interface the configuration uses changes.
   virtual void OnInterfaceUpdate(framework::CScriptable* interfaceObject);
   // The host's protocol start and stop; true when done.

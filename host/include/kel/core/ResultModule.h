@@ -1,13 +1,41 @@
 #pragma once
-// CResultModule: the registry of result handlers. A plug-in registers its handler singleton once;
-// the module does not own it.
+// CResultModule: the registry of result handlers, and the subscriptions of result clients.
+//
+// How a client follows results:
+//   ResultSubscription wanted(CStoragePortResults::CLASS_ID(), {portHandle});
+//   CResultModule::Instance().Subscribe(42, wanted, [](const ResultUpdate& update) { ... });
+// The module hands the subscription to the handler that offers its result class (an error
+// otherwise) and asks the handler to publish at once: the client is called back with every
+// result object the subscription covers now. From then on, when result objects of a type the
+// handler offers are made, changed or deleted, the module queues one publishing turn on the event
+// loop (however many changes come before it runs); in it the handler publishes again and each
+// client is called back at most once, with the covered objects that are new or changed
+// (`changed`, live objects) and the handles of those that went away (`deleted`). Unsubscribe publishes once more: the client hears which objects are gone for it
+// (those no other live subscription covers), then nothing more. Subscribing again under an id
+// replaces the earlier subscription. Callbacks run on the business-layer thread; an exception
+// from one is written to the developer log "kel.host".
+//
+// Handlers are registered once; the module does not own them.
 
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "kel/core/ResultHandler.h"
+#include "kel/framework/Scriptable.h"
+#include "kel/framework/TaskManager.h"
 
 namespace kel {
 namespace core {
+
+struct ResultUpdate {
+  unsigned subscriptionId = 0;
+  framework::ScriptableVec changed;          // new or changed result objects, alive
+  std::vector<framework::Handle> deleted;    // result objects gone for this client
+};
+using ResultCallback = std::function<void(const ResultUpdate&)>;
 
 class CResultModule {
  public:
@@ -18,16 +46,46 @@ class CResultModule {
   // collect and save results at the end of a test.
   void RegisterResultHandler(CResultHandler* handler, bool saveResults);
   void UnregisterResultHandler(CResultHandler* handler);
-
   std::vector<CResultHandler*> GetResultHandlers() const;
   CResultHandler* FindResultHandler(const std::string& name) const;
 
+  // See above. Subscribe throws CKelRunTimeError when no handler offers the result class.
+  void Subscribe(unsigned subscriptionId, const ResultSubscription& subscription, ResultCallback callback);
+  // An unknown id is passed to the handler all the same, which may announce nothing.
+  void Unsubscribe(unsigned subscriptionId);
+
+  // ---- For CSubscriptionInfoMap ----
+  void NotifyObjects(unsigned subscriptionId, const std::vector<framework::Handle>& objects);
+  void NotifyDeleted(unsigned subscriptionId, const std::vector<framework::Handle>& objects);
+  void Watch(unsigned subscriptionId, const std::vector<framework::Handle>& objects);
+  void Unwatch(unsigned subscriptionId, const std::vector<framework::Handle>& objects);
+
  private:
+  CResultModule();
   struct Entry {
     CResultHandler* handler;
     bool saveResults;
   };
+  struct Client {
+    ResultCallback callback;
+    std::set<framework::Handle> watched;
+    std::set<framework::Handle> told;  // objects the client has been told of at least once
+    ResultUpdate pending;
+    bool unsubscribed = false;
+  };
+
+  static void OnResultChange(const framework::CScriptable& result, framework::ResultChange change);
+  CResultHandler* HandlerFor(framework::ClassId resultClassId) const;
+  void Publish(CResultHandler& handler);
+  void DeliverPending();
+  void PublishChanges();
+
   std::vector<Entry> m_handlers;
+  std::map<unsigned, Client> m_clients;
+  std::set<framework::ClassId> m_changedClasses;      // result classes touched this turn
+  std::set<framework::Handle> m_changedObjects;       // result objects changed this turn
+  std::set<framework::Handle> m_deletedObjects;       // result objects deleted this turn
+  framework::EventId m_publishTurn = 0;  // the queued publishing turn, if any
 };
 
 }  // namespace core

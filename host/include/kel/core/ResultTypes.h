@@ -20,7 +20,8 @@ struct ResultType {
   }
 };
 
-// A client's wish: the result objects of one class below some parent objects (by handle).
+// A client's wish: the result objects of one class below some parent objects (by handle). The
+// result module stamps it with the client's subscription id when the client subscribes.
 class ResultSubscription {
  public:
   ResultSubscription() = default;
@@ -29,10 +30,13 @@ class ResultSubscription {
 
   ClassId GetResultClassId() const { return m_resultClassId; }
   const std::vector<unsigned>& GetParentHandles() const { return m_parentHandles; }
+  unsigned GetId() const { return m_id; }
+  void SetId(unsigned id) { m_id = id; }
 
  private:
   ClassId m_resultClassId = 0;
   std::vector<unsigned> m_parentHandles;
+  unsigned m_id = 0;  // 0: no client (a default-made subscription)
 };
 
 // Refers to subscriptions kept elsewhere; the subscriptions must outlive it.

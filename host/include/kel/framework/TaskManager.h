@@ -52,6 +52,8 @@ class CTaskManager {
 
   // Removes a queued event. False if it has already run (or is running) or the id is unknown.
   bool Cancel(EventId id);
+  // True while the event is queued (not yet run, not cancelled, not dropped by Reset).
+  bool IsPending(EventId id) const;
 
   // The one thread-safe entry: queues `work` in an inbox that the loop moves into the queue, due
   // at the time it is moved, before it looks for due events. Wakes a loop waiting on the real

@@ -7,6 +7,9 @@
 // (DoValidateProject); ProcessGlobalConfigs; per port BuildAndSendDeleteMsg, then
 // BuildAndSendAddModifyMsg for added and for modified objects; finally commit the dirty vector.
 //
+// Configurations new to a port (a device moved to it, or the port came back empty after being
+// offline) are handed over as Modified even when they are Clean, so that they reach the port.
+//
 // The per-port cache: for each port, class and change kind, a set of objects. A later insertion
 // of one object for one port replaces the earlier one; a kind with nothing inserted has no set
 // at all; Deleted_Local objects are never cached. The cache is kept until the next apply.
@@ -29,6 +32,7 @@ class BLLLogger;
 }
 namespace core {
 class CPort;
+class Messenger;
 class CProtocolConfig;
 class CResultHandler;
 class CStateSubscriptionHandler;
@@ -110,7 +114,9 @@ class CBaseProtocol : public core::CProtocol {
   virtual void SetupEventLog() {}
   virtual core::CStateSubscriptionHandler* GetStateSubscriptionHandler() { return nullptr; }
   virtual core::CResultHandler* GetResultHandler() { return nullptr; }
-  virtual void OnPortStatusChange(CPort& port, bool online);
+  // Offline: ProcessOfflinePort. Back online: DeleteAllProtocolObjects, so that the port starts
+  // from nothing before the next apply.
+  void OnPortStatusChange(CPort& port, bool online) override;
   virtual void BuildDeleteObjectMap(const CPort& port, CScriptable* config);
   virtual void PostApplyProcessing() {}
   virtual void ProcessInterfacesForExistingObjects(const CPort& port, CScriptable* config);
@@ -148,19 +154,38 @@ class CBaseProtocol : public core::CProtocol {
   const ConfigSet* GetConfigsFromCache(const CPort& port, const ClassId& classId, ObjType kind) const;
   // True while the port's endpoint answers.
   bool GetPortOnline(const CPort& port) const;
+  // The port's message channel.
+  core::Messenger& GetMessenger(CPort& port) const;
   // Groups configurations by the port that runs them (configurations without a port are left out).
   void BuildPortCfgVecMap(const ScriptableVec& configs, PortCfgVecMap& out) const;
   // Groups configuration handles by port, for event messages.
   void BuildEventLogMap(const std::vector<unsigned>& handles, PortHandleVecMap& out) const;
 
+  // ---- The apply cycle, driven by CApplyToILCommand for every protocol ----
+  // Clears the cache and the dirty vector, caches every port's configurations (deleted ones as
+  // deleted, the others through BuildAddModifyObjectMap), then validates every port and the
+  // project into `ctx`.
+  void PrepareApply(ValidationContext& ctx);
+  // Caches the global configurations and sends, port by port, deletes, then adds, then updates.
+  void SendApply();
+  // Makes exactly the objects of the dirty vector Clean, remembers what is on each port, and
+  // drops from the cache and the dirty vector the deleted objects that are about to be destroyed.
+  void CommitApply(const ScriptableVec& destroyed);
+
  private:
+  // Keyed by the port's handle, not the port: a port deleted since the last apply must not be
+  // touched when the cache is searched.
   struct CacheKey {
-    const CPort* port;
+    framework::Handle portHandle;
     ClassId classId;
     ObjType kind;
     bool operator<(const CacheKey& o) const;
   };
   static ObjType KindOf(CScriptable::State state);
+  static framework::Handle PortHandleOf(const CPort* port);
+
+  // The project's ports in handle order.
+  static std::vector<CPort*> ProjectPorts();
 
   std::string m_group;
   std::string m_name;
@@ -169,6 +194,9 @@ class CBaseProtocol : public core::CProtocol {
   framework::BLLLogger* m_userLogger;
   ScriptableVec m_dirty;
   std::map<CacheKey, ConfigSet> m_cache;
+  // Per port handle: the configurations that were on the port at the last committed apply, so
+  // that one no longer there is deleted from the port.
+  std::map<framework::Handle, std::vector<framework::Handle>> m_applied;
 };
 
 }  // namespace rtgcore

@@ -1,0 +1,143 @@
+#include "kel/core/RpcManager.h"
+
+#include <memory>
+
+#include "../testsupport/HostTestSupport.h"
+#include "kel/core/Port.h"
+#include "kel/core/PortChannels.h"
+#include "kel/core/ProtocolModule.h"
+#include "kel/core/RecorderMessenger.h"
+#include "kel/core/RpcFrame.h"
+#include "kel/framework/HostClassIds.h"
+#include "kel/framework/LogSinks.h"
+#include "kel/framework/Logger.h"
+#include "kel/framework/TaskManager.h"
+
+namespace kel::framework::test {
+namespace {
+
+using core::CRecorderMessenger;
+using core::CRpcManager;
+
+// Collects what the RPC manager hands to a delegate.
+struct Inbox {
+  std::vector<std::string> names;
+  std::vector<void*> contexts;
+  void OnMessage(unsigned short status, Message* message, void* context) {
+    EXPECT_EQ(0, status);
+    names.push_back(message->get_request_name());
+    contexts.push_back(context);
+  }
+  core::RpcDelegate Delegate() { return core::RpcDelegate(MakeDelegate(this, &Inbox::OnMessage)); }
+};
+
+Message Named(const std::string& name) {
+  Message message;
+  message.set_request_name(name);
+  return message;
+}
+
+class RpcManagerTest : public HostTest {
+ protected:
+  void SetUp() override {
+    HostTest::SetUp();
+    CTaskManager::Instance().Reset();
+    CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
+    m_port = &Make<core::CPort>(classid::Port);
+    m_recorder = &static_cast<CRecorderMessenger&>(
+        core::CPortChannels::Instance().Attach(*m_port, std::make_unique<CRecorderMessenger>()));
+  }
+  void TearDown() override {
+    core::CPortChannels::Instance().Clear();
+    CTaskManager::Instance().Reset();
+    HostTest::TearDown();
+  }
+
+  core::CPort* m_port = nullptr;
+  CRecorderMessenger* m_recorder = nullptr;
+  Inbox m_inbox;
+};
+
+TEST_F(RpcManagerTest, AReplyReachesItsDelegateOnTheLoopAndEndsAYield) {
+  core::RpcDelegate delegate = m_inbox.Delegate();
+  Message request = Named("BST_1.LearnTargets");
+  int cookie = 7;
+  const int id = CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, &cookie, 0, true);
+  EXPECT_GE(id, 0);
+  EXPECT_EQ(std::vector<std::string>{"BST_1.LearnTargets"}, m_recorder->ReceivedNames());
+  EXPECT_TRUE(m_inbox.names.empty()) << "replies arrive on the event loop, not inside the send";
+
+  CTaskManager::Instance().CtmYield(5000, nullptr, false);
+  EXPECT_EQ(0, CTaskManager::Instance().NowMs()) << "the reply ended the yield at once";
+  ASSERT_EQ(1u, m_inbox.names.size());
+  EXPECT_EQ(&cookie, m_inbox.contexts[0]);
+  EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount());
+}
+
+TEST_F(RpcManagerTest, UnreachablePortsTimeOutsAndLostPortsCallNoDelegate) {
+  core::RpcDelegate delegate = m_inbox.Delegate();
+  Message request = Named("BST_1.StopTest");
+  m_recorder->SetAnswer("");
+  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 1000, true), 0);
+  CTaskManager::Instance().RunFor(2000);
+  EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount()) << "timed out";
+
+  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 0, true), 0);
+  m_recorder->SetConnected(false);
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_FALSE(m_port->IsOnline());
+  EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount()) << "a lost port's pending replies are dropped";
+  EXPECT_LT(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 0, true), 0);
+  EXPECT_TRUE(m_inbox.names.empty());
+}
+
+TEST_F(RpcManagerTest, NotificationsGoToTheRegistrationsOfTheirNameAndPort) {
+  auto& otherPort = Make<core::CPort>(classid::Port);
+  auto& other = static_cast<CRecorderMessenger&>(
+      core::CPortChannels::Instance().Attach(otherPort, std::make_unique<CRecorderMessenger>()));
+  core::RpcDelegate delegate = m_inbox.Delegate();
+  Message registration = Named("BST_1.RegisterTestStatusNotify");
+  int id = 0;
+  ASSERT_EQ(0, CRpcManager::Instance().RegisterForNotification(*m_recorder, registration, "BST_1.TestNotification",
+                                                               delegate, nullptr, &id,
+                                                               core::NotificationRatePolicy::GetDefaultPolicy(), true));
+  EXPECT_GT(id, 0);
+  m_recorder->Notify(Named("BST_1.TestNotification"));
+  m_recorder->Notify(Named("BST_1.TestResultsNotification"));
+  other.Notify(Named("BST_1.TestNotification"));
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_EQ(1u, m_inbox.names.size()) << "one notification of the registered name from the registered port";
+
+  Message deregistration = Named("BST_1.DeregisterTestStatusNotify");
+  EXPECT_NE(0, CRpcManager::Instance().DeregisterForNotification(other, deregistration, id)) << "another port's id";
+  EXPECT_NE(0, CRpcManager::Instance().DeregisterForNotification(*m_recorder, deregistration, id + 100));
+  EXPECT_EQ(0, CRpcManager::Instance().DeregisterForNotification(*m_recorder, deregistration, id));
+  EXPECT_NE(0, CRpcManager::Instance().DeregisterForNotification(*m_recorder, deregistration, id)) << "gone";
+  m_recorder->Notify(Named("BST_1.TestNotification"));
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_EQ(1u, m_inbox.names.size());
+}
+
+// A recorder that lets the test push raw bytes as if they came from the port.
+class RawPortMessenger : public CRecorderMessenger {
+ public:
+  void Push(std::vector<unsigned char> bytes) { Deliver(std::move(bytes)); }
+};
+
+TEST_F(RpcManagerTest, FramesThatCannotBeDecodedAreLoggedAndDropped) {
+  auto log = std::make_shared<MemorySink>();
+  BLLLoggerFactory::GetInstance().AddSink(log);
+  auto& raw = static_cast<RawPortMessenger&>(
+      core::CPortChannels::Instance().Attach(*m_port, std::make_unique<RawPortMessenger>()));
+  raw.Push({0x93, 0x01});  // an array of three with one item
+  raw.Push({0xc1});
+  std::vector<unsigned char> valid = core::EncodeFrame(core::RpcFrameKind::Reply, 999, Named("stray"));
+  raw.Push(valid);  // decodes, but answers nothing that was asked
+  CTaskManager::Instance().RunUntilIdle();
+  BLLLoggerFactory::GetInstance().RemoveSink(log);
+  EXPECT_EQ(2u, log->Messages("kel.host", LOG_LEVEL_ERROR).size());
+  EXPECT_TRUE(m_inbox.names.empty());
+}
+
+}  // namespace
+}  // namespace kel::framework::test
