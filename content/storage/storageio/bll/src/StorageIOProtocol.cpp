@@ -1,8 +1,28 @@
 #include "StorageIOProtocol.h"
 
+#include <array>
+#include <cstdint>
+
+#include "StorageDiscoveredTargetResults.h"
+#include "StorageDiscoveredTargets.h"
+#include "StorageLearnTargetsCommand.h"
+#include "StoragePortRequests.h"
+#include "StoragePortResults.h"
+#include "StorageProfileResults.h"
+#include "StorageProjectResults.h"
+#include "StorageStartWorkerCommand.h"
+#include "StorageStopWorkerCommand.h"
+#include "StorageWorkerResults.h"
+#include "StorageIOHost.h"
+#include "StorageIOIds.h"
 #include "StorageIOLog.h"
 #include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
+#include "kel/core/ValidationContext.h"
+#include "kel/framework/CommandStatusManager.h"
+#include "kel/framework/ResourceManager.h"
+#include "kel/framework/ScriptableLocator.h"
+#include "msg/BST_1.h"
 #include "kel/framework/Project.h"
 #include "kel/framework/ScriptableCreator.h"
 
@@ -13,9 +33,52 @@ using framework::MakeDelegate;
 
 const char* const kDefaultProfileName = "DefaultLoadProfile";
 
+using framework::CScriptable;
+using framework::ScriptableVec;
+
 namespace {
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageIOProtocol";
 constexpr framework::PropId kIsDefaultProfile = 0x8600100b;
+constexpr std::size_t kMostPortsNamed = 10;
+constexpr unsigned long kAccessSpecOfSize = 100;
+
+
+// What the user log shows for the progress values 0 to 6.
+const char* const kProgressTexts[] = {"Preparing Disks",      "Starting Test", "Beginning IO Operations",
+                                      "Recording statistics", "25% Done",      "50% Done",
+                                      "75% Done"};
+
+// The 30 values of a statistics record, in property order: 8 counters, then 22 doubles.
+using Record = bst_1_bll::StorageBaseResults_s;
+const std::array<unsigned long Record::*, 8> kCounters = {
+    &Record::BytesRead,   &Record::BytesWritten,          &Record::ReadTransactionCount, &Record::WriteTransactionCount,
+    &Record::AllTransactionCount, &Record::ConnectionCount, &Record::ReadErrors,           &Record::WriteErrors};
+const std::array<double Record::*, 22> kDoubles = {
+    &Record::TotalReadLatency,        &Record::TotalWriteLatency,          &Record::TotalTransactionLatency,
+    &Record::TotalConnectionLatency,  &Record::AvgIOPerSecond,             &Record::AvgReadOperationsPerSecond,
+    &Record::AvgWriteOperationsPerSecond, &Record::AvgTransactionsPerSecond, &Record::AvgConnectionsPerSecond,
+    &Record::AvgMBps,                 &Record::AvgMBReadPerSecond,         &Record::AvgMBWritePerSecond,
+    &Record::AvgLatency,              &Record::AvgReadLatency,             &Record::AvgWriteLatency,
+    &Record::AvgTransactionLatency,   &Record::AvgConnectionLatency,       &Record::MaxLatency,
+    &Record::MaxReadLatency,          &Record::MaxWriteLatency,            &Record::MaxTransactionLatency,
+    &Record::MaxConnectionLatency};
+
+// Adds a result object's 30 values into `sum`, field by field.
+void AddResults(const CScriptable& result, Record& sum) {
+  framework::PropId id = CStorageBaseResults::kFirstCounter;
+  for (unsigned long Record::*field : kCounters) sum.*field += result.GetU64(id++);
+  for (double Record::*field : kDoubles) sum.*field += result.GetDouble(id++);
+}
+
+// The owner's result object of class R: its first child of that class, made (and related to the
+// owner over the result relation) when there is none. Null when it cannot be made.
+template <class R>
+R* FindOrCreateResult(CScriptable& owner) {
+  if (auto* existing = dynamic_cast<R*>(owner.GetObject(R::CLASS_ID(), framework::ParentChild()))) return existing;
+  auto* made = dynamic_cast<R*>(framework::CScriptableCreator().Create(R::CLASS_ID(), &owner, true, true, 0));
+  if (made != nullptr) owner.AddObject(*made, framework::RelationType(framework::relation::Result));
+  return made;
+}
 }  // namespace
 
 CStorageIOProtocol* CStorageIOProtocol::s_instance = nullptr;
@@ -86,8 +149,445 @@ void CStorageIOProtocol::ParseResponseConfigWorker(unsigned short, Message*, voi
 void CStorageIOProtocol::ParseResponseDeleteProfile(unsigned short, Message*, void*) const {}
 void CStorageIOProtocol::ParseResponseDeleteWorker(unsigned short, Message*, void*) const {}
 
-void CStorageIOProtocol::TestStatusHandler(unsigned short, Message*, void*) {}
-void CStorageIOProtocol::StatsHandler(unsigned short, Message*, void*) {}
+
+// ---- Apply ----
+
+void CStorageIOProtocol::ProcessGlobalConfigs() {
+  framework::CProject& project = framework::CProject::GetCurrentActiveInstance();
+  ScriptableVec& dirty = GetDirtyVec();
+  ScriptableVec profiles;
+  project.GetObjects(profiles, CStorageWorkerProfile::CLASS_ID(), framework::ParentChild());
+  project.GetRemovedObjects(profiles, CStorageWorkerProfile::CLASS_ID(), framework::ParentChild());
+  InsertGlobalConfigIntoCache(profiles, dirty);
+}
+
+void CStorageIOProtocol::InsertGlobalConfigIntoCache(ScriptableVec& profiles, ScriptableVec& dirty) {
+  for (CScriptable* object : profiles) {
+    if (!object->IsTypeOf(CStorageWorkerProfile::CLASS_ID())) {
+      STORAGEIO_LOG_WARN(devLogger(), "CStorageIOProtocol::ProcessGlobalConfigs scrip is not of type Profile");
+      continue;
+    }
+    auto* profile = static_cast<CStorageWorkerProfile*>(object);
+    CStorageWorkerProfile::PortSet created, modified, deleted, clean;
+    const CScriptable::State state = profile->ProcessConfigForCache(created, modified, deleted, clean);
+    for (core::CPort* port : created) InsertIntoCache(CScriptable::STATE_CREATED, port, profile);
+    for (core::CPort* port : modified) InsertIntoCache(CScriptable::STATE_MODIFIED, port, profile);
+    for (core::CPort* port : deleted) InsertIntoCache(CScriptable::STATE_DELETED, port, profile);
+    for (core::CPort* port : clean) InsertIntoCache(CScriptable::STATE_CLEAN, port, profile);
+    if (state != CScriptable::STATE_CLEAN && !m_testInProgress) dirty.push_back(profile);
+  }
+}
+
+void CStorageIOProtocol::BuildAddModifyObjectMap(const core::CPort& port, CScriptable* obj) {
+  if (obj == nullptr) {
+    ThrowAssertion("Null obj passed into CStorageIOProtocol::BuildAddModifyObjectMap ", "obj", kSourcePath, 490);
+  }
+  if (!obj->IsTypeOf(CStorageWorkerConfig::CLASS_ID())) {
+    ThrowAssertion("CStorageIOProtocol::BuildAddModifyObjectMap must get object of type STORAGEIO_StorageWorkerConfig",
+                   "obj->IsTypeOf(STORAGEIO_StorageWorkerConfig)", kSourcePath, 492);
+  }
+  if (obj->GetActive()) {
+    const CScriptable::State state = static_cast<CStorageWorkerConfig*>(obj)->ProcessConfigForCache(GetDirtyVec());
+    InsertIntoCache(state, &port, obj);
+  } else if (!m_testInProgress) {
+    GetDirtyVec().push_back(obj);
+  }
+}
+
+void CStorageIOProtocol::SendToPort(core::CPort& port, Message& request, MessageDelegate& replyDelegate) {
+  core::CRpcManager::Instance().SendAsyncMessage(GetMessenger(port), request, &replyDelegate, PortCookie(port), 0,
+                                                 true);
+}
+
+void CStorageIOProtocol::BuildAndSendAddModifyMsg(ObjType kind, core::CPort& port) {
+  if (m_testInProgress) return;
+  if (const ConfigSet* profiles = GetConfigsFromCache(port, CStorageWorkerProfile::CLASS_ID(), kind)) {
+    BuildAndSendProfileMessage(*profiles, kind, port);
+  }
+  if (const ConfigSet* workers = GetConfigsFromCache(port, CStorageWorkerConfig::CLASS_ID(), kind)) {
+    BuildAndSendWorkerMessage(*workers, kind, port);
+  }
+}
+
+void CStorageIOProtocol::BuildAndSendProfileMessage(const ConfigSet& profiles, ObjType kind, core::CPort& port) {
+  std::vector<BST_1_bll::AccessSpec_s> accessSpecs;
+  for (CScriptable* object : profiles) {
+    BST_1_bll::AccessSpec_s spec;
+    spec.profileHandle = object->GetHandle();
+    spec.OfSize = kAccessSpecOfSize;
+    static_cast<CStorageWorkerProfile*>(object)->ToIdl(spec.workerProfile);
+    accessSpecs.push_back(spec);
+  }
+  Message request;
+  if (kind == OBJ_CREATED) {
+    BST_1_bll::create_req_AddAccessSpecs(&request, accessSpecs, true);
+  } else if (kind == OBJ_MODIFIED) {
+    BST_1_bll::create_req_UpdateAccessSpecs(&request, accessSpecs, true);
+  }
+  SendToPort(port, request, m_profileConfigRespDelegate);
+}
+
+void CStorageIOProtocol::BuildAndSendWorkerMessage(const ConfigSet& workers, ObjType kind, core::CPort& port) {
+  const framework::RelationType toProfile(kWorkerToProfile);
+  const framework::RelationType toTarget(kWorkerToTarget);
+  std::vector<BST_1_bll::WorkerConfig_s> configs;
+  for (CScriptable* worker : workers) {
+    const CScriptable* profile = worker->GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile);
+    if (profile == nullptr) {
+      ThrowAssertion("CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile", "profile",
+                     kSourcePath, 604);
+    }
+    ScriptableVec targets;
+    worker->GetObjects(targets, CStorageDiscoveredTargets::CLASS_ID(), toTarget);
+    BST_1_bll::WorkerConfig_s config;
+    for (const CScriptable* scrip : targets) {
+      if (scrip == nullptr) {
+        ThrowAssertion("NULL obtained for scrip in BuildAndSendWorkerMessage", "scrip", kSourcePath, 616);
+      }
+      BST_1_bll::TargetSpec_s target;
+      target.Type = scrip->GetU32(0x8600300a);
+      target.TargetName = scrip->GetString(0x86003003);
+      target.QueueDepth = worker->GetU32(0x86002005);
+      target.EnableTestConnectionRate = worker->GetBool(0x86002006);
+      target.TransactionsPerConnection = worker->GetU32(0x86002007);
+      target.DiskSpecification.SectorSize = scrip->GetU32(0x86003008);
+      target.DiskSpecification.MaximumDiskSize = worker->GetU64(0x86002003);
+      target.DiskSpecification.StartingDiskSector = worker->GetU64(0x86002004);
+      target.BllHandle = scrip->GetDataStore().GetU32(framework::prop::Handle);
+      config.targetSpec.push_back(target);
+    }
+    config.handle = worker->GetHandle();
+    config.profileHandle = profile->GetHandle();
+    configs.push_back(config);
+  }
+  Message request;
+  if (kind == OBJ_CREATED) {
+    BST_1_bll::create_req_AddWorkers(&request, configs, true);
+  } else if (kind == OBJ_MODIFIED) {
+    BST_1_bll::create_req_UpdateWorkers(&request, configs, true);
+  }
+  SendToPort(port, request, m_workerConfigRespDelegate);
+}
+
+void CStorageIOProtocol::BuildAndSendDeleteMsg(core::CPort& port) {
+  if (!GetPortOnline(port)) return;
+  std::vector<unsigned int> handles;
+  if (const ConfigSet* profiles = GetConfigsFromCache(port, CStorageWorkerProfile::CLASS_ID(), OBJ_DELETED)) {
+    for (const CScriptable* profile : *profiles) handles.push_back(profile->GetHandle());
+  }
+  if (!handles.empty()) {
+    Message request;
+    BST_1_bll::create_req_DeleteAccessSpecs(&request, handles, true);
+    SendToPort(port, request, m_profileDeleteRespDelegate);
+    handles.clear();
+  }
+  if (const ConfigSet* workers = GetConfigsFromCache(port, CStorageWorkerConfig::CLASS_ID(), OBJ_DELETED)) {
+    for (const CScriptable* worker : *workers) handles.push_back(worker->GetHandle());
+  }
+  if (!handles.empty()) {
+    Message request;
+    BST_1_bll::create_req_DeleteWorkers(&request, handles, true);
+    SendToPort(port, request, m_workerDeleteRespDelegate);
+  }
+}
+
+void CStorageIOProtocol::DeleteAllProtocolObjects(core::CPort& port) {
+  if (!GetPortOnline(port)) return;
+  const std::vector<unsigned int> everything;
+  Message profiles;
+  BST_1_bll::create_req_DeleteAccessSpecs(&profiles, everything, true);
+  SendToPort(port, profiles, m_profileDeleteRespDelegate);
+  Message workers;
+  BST_1_bll::create_req_DeleteWorkers(&workers, everything, true);
+  SendToPort(port, workers, m_workerDeleteRespDelegate);
+}
+
+// ---- Test run tracking ----
+
+void CStorageIOProtocol::AddToTestRunningPortSet(unsigned int portHandle, int testStatusRegId, int testResultsRegId) {
+  m_testRunningPortSet[portHandle] = std::make_pair(testStatusRegId, testResultsRegId);
+}
+
+void CStorageIOProtocol::SetTestCommandStatus(bool idle) {
+  ScriptableVec workers;
+  framework::CScriptableLocator::Instance().GetObjectsEx(workers, CStorageWorkerConfig::CLASS_ID(),
+                                                          &framework::CProject::GetCurrentActiveInstance(),
+                                                          framework::FILTER_INACTIVE_LEAVES);
+  framework::CCommandStatusManager& status = framework::CCommandStatusManager::Instance();
+  for (const CScriptable* worker : workers) {
+    status.SetCommandStatus(worker->GetHandle(), CStorageStartWorkerCommand::CLASS_ID(), idle);
+    status.SetCommandStatus(worker->GetHandle(), CStorageStopWorkerCommand::CLASS_ID(), !idle);
+    status.SetCommandStatus(worker->GetHandle(), CStorageLearnTargetsCommand::CLASS_ID(), idle);
+  }
+}
+
+void CStorageIOProtocol::TestStatusHandler(unsigned short, Message* notification, void* context) {
+  const std::uint32_t handle = HandleFromCookie(context);
+  core::CPort* port = FindPort(handle);
+  if (port == nullptr) {
+    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
+    return;
+  }
+  BST_1_bll::TestStatus_t progress = BST_1_bll::TestStatus_t::Max;
+  BST_1_bll::parse_req_TestNotification(notification, &progress);
+  const int value = static_cast<int>(progress);
+  if (value >= 0 && value <= static_cast<int>(BST_1_bll::TestStatus_t::Done75Percent)) {
+    framework::BLLLogger* log = userLogger();
+    if (log != nullptr && log->IsEnabledFor(framework::LOG_LEVEL_INFO)) {
+      framework::ResourceFormatter text(kResTestStatus);
+      text << port->GetName() << kProgressTexts[value];
+      log->Info(text.ToString(), kSourcePath, __LINE__);
+    }
+    return;
+  }
+  EndTestProcessor(handle, port);
+}
+
+void CStorageIOProtocol::EndTestProcessor(unsigned int portHandle, core::CPort* port) {
+  const auto entry = m_testRunningPortSet.find(portHandle);
+  if (entry == m_testRunningPortSet.end()) {
+    STORAGEIO_LOG_ERROR(devLogger(), "Got EOT notification from port " << port->GetName()
+                                                                       << " that is not in the m_testRunningPortSet.");
+  } else {
+    Message statusRequest;
+    BST_1_bll::create_req_DeregisterTestStatusNotify(&statusRequest);
+    Message resultsRequest;
+    BST_1_bll::create_req_DeregisterTestResults(&resultsRequest);
+    core::CRpcManager& rpc = core::CRpcManager::Instance();
+    if (rpc.DeregisterForNotification(GetMessenger(*port), statusRequest, entry->second.first) != 0) {
+      throw framework::CKelRunTimeError("BAD RPC MESSAGE ERROR: Error in BLL-IL communication. ");
+    }
+    if (rpc.DeregisterForNotification(GetMessenger(*port), resultsRequest, entry->second.second) != 0) {
+      throw framework::CKelRunTimeError("BAD RPC MESSAGE ERROR: Error in BLL-IL communication. ");
+    }
+    STORAGEIO_LOG_INFO(userLogger(), "Storage test on port" << port->GetName() << " has finished.");
+    m_testRunningPortSet.erase(entry);
+  }
+  if (m_testRunningPortSet.empty()) {
+    m_testInProgress = false;
+    SetTestCommandStatus(true);
+    STORAGEIO_LOG_INFO(userLogger(), "The Storage test has been completed.");
+  }
+}
+
+void CStorageIOProtocol::ProcessOfflinePort(core::CPort* port) {
+  ScriptableVec profiles;
+  framework::CProject::Instance().GetObjects(profiles, CStorageWorkerProfile::CLASS_ID(), framework::ParentChild());
+  for (CScriptable* profile : profiles) static_cast<CStorageWorkerProfile*>(profile)->portHndSet.erase(port->GetHandle());
+  for (CScriptable* device : AffiliatedDevices(*port)) {
+    ScriptableVec workers;
+    device->GetObjects(workers, CStorageWorkerConfig::CLASS_ID(), framework::ParentChild());
+    for (CScriptable* worker : workers) {
+      ScriptableVec targets;
+      worker->GetObjects(targets, CStorageDiscoveredTargets::CLASS_ID(), framework::ParentChild());
+      for (CScriptable* target : targets) target->MarkDelete(true, true);
+    }
+  }
+}
+
+// ---- Statistics and results ----
+
+void CStorageIOProtocol::StatsHandler(unsigned short, Message* notification, void*) {
+  std::vector<bst_1_bll::StorageWorkerResults_s> workerRecords;
+  std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targetRecords;
+  BST_1_bll::parse_req_TestResultsNotification(notification, &workerRecords, &targetRecords);
+  boost::unordered_set<CScriptable*> profiles;
+  boost::unordered_set<CScriptable*> ports;
+  framework::CHandleRegistry& registry = framework::CHandleRegistry::Instance();
+  for (bst_1_bll::StorageWorkerResults_s& record : workerRecords) {
+    CScriptable* worker = registry.Find(record.StorageBaseResults.Result.BllHandle);
+    if (worker == nullptr || !worker->IsTypeOf(CStorageWorkerConfig::CLASS_ID())) continue;
+    if (auto* result = FindOrCreateResult<CStorageWorkerResults>(*worker)) {
+      PopulateResults(record.StorageBaseResults, *result);
+    }
+    if (CScriptable* profile = worker->GetObject(CStorageWorkerProfile::CLASS_ID(),
+                                                 framework::RelationType(kWorkerToProfile))) {
+      profiles.insert(profile);
+    }
+    if (const CScriptable* device = worker->GetParent()) {
+      if (core::CPort* port = AffiliatedPort(*device)) ports.insert(port);
+    }
+  }
+  UpdateProfileResults(profiles);
+  UpdatePortResults(ports);
+  UpdateProjectResults();
+  for (bst_1_bll::StorageDiscoveredTargetResults_s& record : targetRecords) {
+    CScriptable* target = registry.Find(record.StorageBaseResults.Result.BllHandle);
+    if (target == nullptr || !target->IsTypeOf(CStorageDiscoveredTargets::CLASS_ID())) continue;
+    if (auto* result = FindOrCreateResult<CStorageDiscoveredTargetResults>(*target)) {
+      PopulateResults(record.StorageBaseResults, *result);
+    }
+  }
+}
+
+void CStorageIOProtocol::PopulateResults(bst_1_bll::StorageBaseResults_s& record, CStorageBaseResults& result) {
+  framework::PropId id = CStorageBaseResults::kFirstCounter;
+  for (unsigned long Record::*field : kCounters) result.Set(id++, record.*field);
+  for (double Record::*field : kDoubles) result.Set(id++, record.*field);
+}
+
+void CStorageIOProtocol::ResetResultStruct(bst_1_bll::StorageBaseResults_s& record) {
+  for (unsigned long Record::*field : kCounters) record.*field = 0;
+  for (double Record::*field : kDoubles) record.*field = 0.0;
+}
+
+void CStorageIOProtocol::UpdateProfileResults(boost::unordered_set<CScriptable*>& profiles) {
+  for (CScriptable* profile : profiles) {
+    auto* result = FindOrCreateResult<CStorageProfileResults>(*profile);
+    if (result == nullptr) return;
+    Record sum;
+    ResetResultStruct(sum);
+    ScriptableVec workers;
+    profile->GetObjects(workers, CStorageWorkerConfig::CLASS_ID(), framework::RelationType(kWorkerToProfile).ReverseDir());
+    for (const CScriptable* worker : workers) {
+      if (!worker->GetActive()) continue;
+      if (const CScriptable* workerResult = worker->GetObject(CStorageWorkerResults::CLASS_ID(), framework::ParentChild())) {
+        AddResults(*workerResult, sum);
+      }
+    }
+    PopulateResults(sum, *result);
+  }
+}
+
+void CStorageIOProtocol::UpdatePortResults(boost::unordered_set<CScriptable*>& ports) {
+  for (CScriptable* port : ports) {
+    auto* result = FindOrCreateResult<CStoragePortResults>(*port);
+    if (result == nullptr) return;
+    Record sum;
+    ResetResultStruct(sum);
+    for (const CScriptable* device : AffiliatedDevices(*static_cast<core::CPort*>(port))) {
+      const CScriptable* worker = device->GetObject(CStorageWorkerConfig::CLASS_ID(), framework::ParentChild());
+      if (worker == nullptr || !worker->GetActive()) continue;
+      if (const CScriptable* workerResult = worker->GetObject(CStorageWorkerResults::CLASS_ID(), framework::ParentChild())) {
+        AddResults(*workerResult, sum);
+      }
+    }
+    PopulateResults(sum, *result);
+  }
+}
+
+void CStorageIOProtocol::UpdateProjectResults() {
+  Record sum;
+  ResetResultStruct(sum);
+  framework::CProject& project = framework::CProject::GetCurrentActiveInstance();
+  auto* result = FindOrCreateResult<CStorageProjectResults>(project);
+  if (result == nullptr) return;
+  ScriptableVec profiles;
+  project.GetObjects(profiles, CStorageWorkerProfile::CLASS_ID(), framework::ParentChild());
+  for (const CScriptable* profile : profiles) {
+    if (const CScriptable* profileResult = profile->GetObject(CStorageProfileResults::CLASS_ID(), framework::ParentChild())) {
+      AddResults(*profileResult, sum);
+    }
+  }
+  PopulateResults(sum, *result);
+}
+
+void CStorageIOProtocol::ClearResult() {
+  framework::CProject& project = framework::CProject::GetCurrentActiveInstance();
+  ScriptableVec workers;
+  framework::CScriptableLocator::Instance().GetObjectsEx(workers, CStorageWorkerConfig::CLASS_ID(), &project,
+                                                          framework::FILTER_INACTIVE_LEAVES);
+  if (workers.empty()) return;
+  if (m_testInProgress) {
+    framework::BLLLogger* log = userLogger();
+    if (log != nullptr && log->IsEnabledFor(framework::LOG_LEVEL_WARN)) {
+      log->Warn(framework::ResourceFormatter(kResClearDuringTest).ToString(), kSourcePath, __LINE__);
+    }
+    return;
+  }
+  ScriptableVec results;
+  framework::CScriptableLocator::Instance().GetObjectsEx(results, CStorageBaseResults::CLASS_ID(), &project,
+                                                          framework::FILTER_INACTIVE_ROOTS);
+  for (CScriptable* result : results) static_cast<CStorageBaseResults*>(result)->ResetResults();
+}
+
+// ---- Validation ----
+
+void CStorageIOProtocol::DoValidatePort(core::ValidationContext& ctx, const core::CPort& port) {
+  const struct {
+    ObjType kind;
+    int line;
+  } kinds[] = {{OBJ_CREATED, 473}, {OBJ_MODIFIED, 482}};
+  for (const auto& kind : kinds) {
+    const ConfigSet* workers = GetConfigsFromCache(port, CStorageWorkerConfig::CLASS_ID(), kind.kind);
+    if (workers == nullptr) continue;
+    for (CScriptable* worker : *workers) {
+      if (worker == nullptr) {
+        ThrowAssertion("Expected a storage worker configuration object.", "worker != NULL", kSourcePath, kind.line);
+      }
+      static_cast<CStorageWorkerConfig*>(worker)->ValidateWorker(ctx);
+    }
+  }
+}
+
+void CStorageIOProtocol::DoValidateProject(core::ValidationContext& ctx) {
+  DoValidatePortGroupUsage(ctx);
+  ThrowValidationErrors(ctx);
+}
+
+void CStorageIOProtocol::DoValidatePortGroupUsage(core::ValidationContext& ctx) {
+  auto* project = dynamic_cast<framework::CProject*>(ctx.GetObjectUnderValidation());
+  if (project == nullptr) ThrowAssertion("Expected a Project object.", "pProject != NULL", kSourcePath, 312);
+  UsedPortGroupMap usedPortGroups;
+  DoValidateUpdateUsedPortGroups(usedPortGroups, *project);
+  DoValidateReportPortGroupUsageErrors(usedPortGroups, ctx);
+}
+
+void CStorageIOProtocol::DoValidateUpdateUsedPortGroups(UsedPortGroupMap& usedPortGroups,
+                                                        framework::CProject& project) {
+  ScriptableVec ports;
+  project.GetObjects(ports, core::CPort::CLASS_ID(), framework::ParentChild());
+  const bool simulation = framework::CKelSystem::Instance().GetBool(framework::prop::SimulationMode);
+  for (CScriptable* object : ports) {
+    const auto* port = dynamic_cast<const core::CPort*>(object);
+    if (port == nullptr) ThrowAssertion("Expected a port object.", "pPort != NULL", kSourcePath, 227);
+    if (!port->GetBool(core::prop::ReservedForTesting) && !simulation) continue;
+    bool settled = false;
+    for (ObjType kind : {OBJ_CREATED, OBJ_MODIFIED, OBJ_CLEAN}) {
+      const ConfigSet* workers = GetConfigsFromCache(*port, CStorageWorkerConfig::CLASS_ID(), kind);
+      if (workers == nullptr) continue;
+      for (CScriptable* worker : *workers) {
+        if (worker == nullptr) {
+          ThrowAssertion("Expected a storage worker configuration object.", "pWorker != NULL", kSourcePath, 253);
+        }
+        settled = DoValidateUpdateUsedPortGroups(usedPortGroups, *port, *static_cast<CStorageWorkerConfig*>(worker));
+        if (settled) break;
+      }
+      if (settled) break;
+    }
+  }
+}
+
+bool CStorageIOProtocol::DoValidateUpdateUsedPortGroups(UsedPortGroupMap& usedPortGroups, const core::CPort& port,
+                                                        const CStorageWorkerConfig& worker) {
+  if (port.GetU16(core::prop::OwnStorageEngine) == 1) return true;
+  if (!worker.GetActive()) return false;
+  const auto result = usedPortGroups.emplace(port.GetPortGroup(), std::vector<const core::CPort*>());
+  if (result.first == usedPortGroups.end()) {
+    ThrowAssertion("Unable to insert a port group entry into a container during StorageIOProtocol validation.",
+                   "result.first != rUsedPortGroups.end()", kSourcePath, 209);
+  }
+  result.first->second.push_back(&port);
+  return true;
+}
+
+void CStorageIOProtocol::DoValidateReportPortGroupUsageErrors(const UsedPortGroupMap& usedPortGroups,
+                                                              core::ValidationContext& ctx) const {
+  for (const auto& group : usedPortGroups) {
+    if (group.second.size() < 2) continue;
+    std::string text = "Only one port per port group may be used for storage IO - the following ports are in conflict: ";
+    for (std::size_t count = 1; count <= group.second.size(); ++count) {
+      if (count > kMostPortsNamed) {
+        text += " and more";
+        break;
+      }
+      if (count > 1) text += ", ";
+      text += group.second[count - 1]->GetName();
+    }
+    ctx.AddError("StorageIO Port", text);
+  }
+}
 
 }  // namespace storageio
 }  // namespace kel
+

@@ -9,6 +9,7 @@
 #include "StorageWorkerProfile.h"
 #include "StorageWorkerResults.h"
 #include "kel/core/Port.h"
+#include "kel/core/SubscriptionInfoMap.h"
 #include "kel/framework/HandleRegistry.h"
 #include "kel/framework/Project.h"
 #include "kel/framework/ScriptableLocator.h"
@@ -61,7 +62,21 @@ void CStorageIOResultsHandler::HandleUnsubscribe(const unsigned& id) {
   m_subscriptions.erase(id);
 }
 
-void CStorageIOResultsHandler::UpdateSubscription() { m_pendingRemovals.clear(); }
+void CStorageIOResultsHandler::UpdateSubscription() {
+  core::ResultSubVec live;
+  for (const auto& entry : m_subscriptions) live.push_back(&entry.second);
+  core::ResultSubVec removed;
+  for (const core::ResultSubscription& subscription : m_pendingRemovals) removed.push_back(&subscription);
+  const core::CSubscriptionInfoMap liveMap(m_locator, live);
+  core::CSubscriptionInfoMap removedMap(m_locator, removed);
+  // Objects a live subscription still covers are not gone for anyone.
+  removedMap -= liveMap;
+  liveMap.NotifyResult();
+  liveMap.AddAsyncNotifyResultListeners();
+  removedMap.NotifyDeleteResult();
+  removedMap.RemoveAsyncNotifyResultListeners();
+  m_pendingRemovals.clear();
+}
 
 }  // namespace storageio
 }  // namespace kel

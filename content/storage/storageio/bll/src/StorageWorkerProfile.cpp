@@ -1,9 +1,18 @@
 #include "StorageWorkerProfile.h"
 
+#include "StorageIOHost.h"
+#include "StorageIOIds.h"
+#include "StorageIOLog.h"
 #include "StorageIOProtocol.h"
+#include "StorageWorkerConfig.h"
 
 namespace kel {
 namespace storageio {
+
+namespace {
+const char* const kSourcePath = "content/storage/storageio/bll/src/StorageWorkerProfile";
+const char* const kNoPortInHandleSet = "Cannot get port from the portHndSet CStorageWorkerProfile::ProcessConfigForCache";
+}  // namespace
 
 STORAGEIO_DEFINE_CLASS(CStorageWorkerProfile, 0x86001000)
 
@@ -17,6 +26,87 @@ bool CStorageWorkerProfile::OnMarkDelete() {
     CStorageIOProtocol::s_instance->m_defaultProfile = nullptr;
   }
   return true;
+}
+
+void CStorageWorkerProfile::ToIdl(bst_1_bll::StorageWorkerProfile_s& out) const {
+  out.TransferRequestSize = GetU32(0x86001002);
+  out.PercentRandomDistribution = GetU8(0x86001003);
+  out.EnableReplySize = GetBool(0x86001004);
+  out.ReplySize = GetU32(0x86001005);
+  out.PercentReadDistribution = GetU8(0x86001006);
+  out.TransferDelay = GetU32(0x86001007);
+  out.BurstLength = GetU32(0x86001008);
+  out.EnableAlignIOs = GetBool(0x86001009);
+  out.AlignIOs = GetU32(0x8600100a);
+  out.IsDefaultProfile = GetBool(0x8600100b);
+}
+
+void CStorageWorkerProfile::BuildNewPortSet(PortSet& ports, framework::ScriptableVec& workers) {
+  for (framework::CScriptable* worker : workers) {
+    if (!worker->GetActive()) continue;
+    framework::CScriptable* emd = worker->GetParent();
+    if (emd == nullptr) {
+      ThrowAssertion("Cannot get parent from worker in CStorageWorkerProfile::BuildNewPortSet ", "emd", kSourcePath,
+                     __LINE__);
+    }
+    core::CPort* port = AffiliatedPort(*emd);
+    if (port == nullptr) {
+      ThrowAssertion("Cannot get port from emd in CStorageWorkerProfile::BuildNewPortSet ", "port", kSourcePath,
+                     __LINE__);
+    }
+    ports.insert(port);
+  }
+}
+
+framework::CScriptable::State CStorageWorkerProfile::ProcessConfigForCache(PortSet& created, PortSet& modified,
+                                                                           PortSet& deleted, PortSet& clean) {
+  const State state = GetObjectState();
+  if (state == STATE_DELETED || (!GetActive() && GetActivatedState() == 1)) {
+    for (std::uint32_t handle : portHndSet) {
+      core::CPort* port = FindPort(handle);
+      if (port == nullptr) ThrowAssertion(kNoPortInHandleSet, "port", kSourcePath, __LINE__);
+      if (IsEligiblePort(*port)) deleted.insert(port);
+    }
+    portHndSet.clear();
+    return state;
+  }
+  if (!GetActive()) return state;
+
+  framework::ScriptableVec workers;
+  GetObjects(workers, CStorageWorkerConfig::CLASS_ID(), framework::RelationType(kWorkerToProfile).ReverseDir());
+  PortSet ports;
+  BuildNewPortSet(ports, workers);
+
+  std::set<std::uint32_t> stillUsed;
+  for (core::CPort* port : ports) {
+    if (!IsEligiblePort(*port)) continue;
+    const std::uint32_t handle = port->GetHandle();
+    if (portHndSet.insert(handle).second) {
+      created.insert(port);
+    } else if (state == STATE_CREATED) {
+      created.insert(port);
+    } else if (state == STATE_MODIFIED) {
+      modified.insert(port);
+    } else if (state == STATE_CLEAN) {
+      clean.insert(port);
+    }
+    stillUsed.insert(handle);
+  }
+  for (auto it = portHndSet.begin(); it != portHndSet.end();) {
+    if (stillUsed.count(*it) != 0) {
+      ++it;
+      continue;
+    }
+    core::CPort* port = FindPort(*it);
+    if (port == nullptr) ThrowAssertion(kNoPortInHandleSet, "port", kSourcePath, __LINE__);
+    if (IsEligiblePort(*port)) {
+      deleted.insert(port);
+      it = portHndSet.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  return state;
 }
 
 }  // namespace storageio
