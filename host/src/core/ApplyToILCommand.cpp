@@ -4,7 +4,6 @@
 #include "kel/core/ValidationContext.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/HostClassIds.h"
-#include "kel/framework/Project.h"
 #include "kel/rtgcore/BaseProtocol.h"
 
 namespace kel {
@@ -43,9 +42,6 @@ bool CApplyToILCommand::DoRun() {
   for (rtgcore::CBaseProtocol* protocol : protocols) protocol->SendApply();
   const framework::ScriptableVec destroyed = framework::CScriptable::PendingDeletedObjects();
   for (rtgcore::CBaseProtocol* protocol : protocols) protocol->CommitApply(destroyed);
-  // Global configurations (children of the project) removed after this apply must show as
-  // removed at the next one: the project's record of added and removed children starts afresh.
-  framework::CProject::GetCurrentActiveInstance().Commit();
   framework::CScriptable::DestroyDeletedObjects();
   return true;
 }

@@ -6,8 +6,7 @@
 // every port's configurations, validates every port and then the project); any validation error
 // fails the command with CCommandErrorException listing the errors, and nothing is sent or
 // committed. Otherwise each protocol sends (global configurations, then per port deletes, adds,
-// updates), each commits its dirty vector, the project is committed (so children removed from it
-// after this apply are reported as removed at the next), and the deleted objects are destroyed.
+// updates), each commits exactly its dirty vector, and the deleted objects are destroyed.
 // An exception from a protocol ends the run with nothing committed.
 
 #include "kel/framework/Command.h"

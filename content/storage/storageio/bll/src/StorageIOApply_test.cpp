@@ -1,0 +1,220 @@
+// What the ports receive when the configuration is applied through the host's apply command.
+
+#include "test/StorageIOApplyTest.h"
+
+namespace kel {
+namespace storageio {
+namespace {
+
+using framework::CScriptable;
+
+class StorageIOApplyPathTest : public StorageIOApplyTest {};
+
+TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsFirst) {
+  core::CPort& portA = MakePort("Port A");
+  core::CPort& portB = MakePort("Port B");
+  CStorageWorkerProfile& fast = MakeProfile("Fast");
+  fast.Set(0x86001002, 65536u);
+  CStorageWorkerConfig& a1 = MakeWorker(portA, "A1");
+  CStorageWorkerConfig& a2 = MakeWorker(portA, "A2");
+  CStorageWorkerConfig& a3 = MakeWorker(portA, "A3");
+  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1");
+  UseProfile(a3, fast);
+  UseProfile(b1, fast);
+  CStorageWorkerProfile& standard = *protocol().GetDefaultProfile();
+
+  Apply();
+  ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(portA));
+  const AccessSpecs specs = AccessSpecsOf(Request(portA, 0));
+  EXPECT_EQ(Sorted({standard.GetHandle(), fast.GetHandle()}), Sorted(ProfileHandlesOf(specs)));
+  for (const auto& spec : specs) {
+    EXPECT_EQ(100u, spec.OfSize);
+    const bool isFast = spec.profileHandle == fast.GetHandle();
+    EXPECT_EQ(isFast ? 65536u : 4096u, spec.workerProfile.TransferRequestSize);
+    EXPECT_EQ(!isFast, spec.workerProfile.IsDefaultProfile);
+  }
+  const WorkerConfigs workers = WorkersOf(Request(portA, 1));
+  EXPECT_EQ(Sorted({a1.GetHandle(), a2.GetHandle(), a3.GetHandle()}), Sorted(WorkerHandlesOf(workers)));
+  for (const auto& worker : workers) {
+    EXPECT_EQ(worker.handle == a3.GetHandle() ? fast.GetHandle() : standard.GetHandle(), worker.profileHandle);
+  }
+  ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(portB));
+  EXPECT_EQ(Handles{fast.GetHandle()}, ProfileHandlesOf(AccessSpecsOf(Request(portB, 0))));
+  EXPECT_EQ(Handles{b1.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portB, 1))));
+
+  ApplyAfresh();
+  EXPECT_TRUE(NothingSent()) << "the commit left everything clean";
+
+  // Adds go before updates; the modified profile goes to both ports that use it.
+  fast.Set(0x86001008, 4u);
+  a1.Set(0x86002005, 8u);
+  CStorageWorkerConfig& a4 = MakeWorker(portA, "A4");
+  ApplyAfresh();
+  ASSERT_EQ((Names{"BST_1.AddWorkers", "BST_1.UpdateAccessSpecs", "BST_1.UpdateWorkers"}), Sent(portA));
+  EXPECT_EQ(Handles{a4.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portA, 0))));
+  const AccessSpecs updated = AccessSpecsOf(Request(portA, 1));
+  ASSERT_EQ(Handles{fast.GetHandle()}, ProfileHandlesOf(updated));
+  EXPECT_EQ(100u, updated[0].OfSize);
+  EXPECT_EQ(4u, updated[0].workerProfile.BurstLength);
+  EXPECT_EQ(Handles{a1.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portA, 2))));
+  EXPECT_EQ((Names{"BST_1.UpdateAccessSpecs"}), Sent(portB));
+
+  ApplyAfresh();
+  EXPECT_TRUE(NothingSent());
+}
+
+TEST_F(StorageIOApplyPathTest, AWorkerWithThreeTargetsGivesOneConfigWithThreeTargetSpecs) {
+  core::CPort& port = MakePort("Port A");
+  CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
+  worker.Set(0x86002003, 1000000ul);
+  worker.Set(0x86002004, 64ul);
+  worker.Set(0x86002005, 16u);
+  worker.Set(0x86002006, true);
+  worker.Set(0x86002007, 5u);
+  CStorageDiscoveredTargets& disk = MakeTarget(worker, "PhysicalDrive1", 0x8c000000, 512);
+  CStorageDiscoveredTargets& volume = MakeTarget(worker, "C:", 0x8a000000, 4096);
+  CStorageDiscoveredTargets& generic = MakeTarget(worker, "sdc", 0x88000000, 512);
+  CStorageWorkerConfig& bare = MakeWorker(port, "Bare");
+
+  Apply();
+  ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(port));
+  WorkerConfigs configs = WorkersOf(Request(port, 1));
+  ASSERT_EQ(2u, configs.size());
+  if (configs[0].handle != worker.GetHandle()) std::swap(configs[0], configs[1]);
+  EXPECT_EQ(bare.GetHandle(), configs[1].handle);
+  EXPECT_TRUE(configs[1].targetSpec.empty()) << "a worker without targets is sent with none";
+
+  const BST_1_bll::WorkerConfig_s& config = configs[0];
+  EXPECT_EQ(protocol().GetDefaultProfile()->GetHandle(), config.profileHandle);
+  ASSERT_EQ(3u, config.targetSpec.size());
+  const struct {
+    const CStorageDiscoveredTargets* target;
+    const char* name;
+    unsigned int type;
+    unsigned int sectorSize;
+  } expected[] = {{&disk, "PhysicalDrive1", 0x8c000000, 512},
+                  {&volume, "C:", 0x8a000000, 4096},
+                  {&generic, "sdc", 0x88000000, 512}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const BST_1_bll::TargetSpec_s& spec = config.targetSpec[i];
+    SCOPED_TRACE(expected[i].name);
+    EXPECT_EQ(expected[i].name, spec.TargetName) << "relation order";
+    EXPECT_EQ(expected[i].type, spec.Type);
+    EXPECT_EQ(expected[i].sectorSize, spec.DiskSpecification.SectorSize);
+    EXPECT_EQ(expected[i].target->GetHandle(), spec.BllHandle);
+    EXPECT_EQ(16u, spec.QueueDepth);
+    EXPECT_TRUE(spec.EnableTestConnectionRate);
+    EXPECT_EQ(5u, spec.TransactionsPerConnection);
+    EXPECT_EQ(1000000ul, spec.DiskSpecification.MaximumDiskSize);
+    EXPECT_EQ(64ul, spec.DiskSpecification.StartingDiskSector);
+  }
+}
+
+TEST_F(StorageIOApplyPathTest, WhileATestRunsOnlyDeletionsAreSentAndTheRestWaitsForItsEnd) {
+  core::CPort& portA = MakePort("Port A");
+  core::CPort& portB = MakePort("Port B");
+  CStorageWorkerConfig& growing = MakeWorker(portA, "Growing");
+  MakeTarget(growing, "Disk 1");
+  CStorageWorkerConfig& leaving = MakeWorker(portA, "Leaving");
+  CStorageWorkerProfile& fast = MakeProfile("Fast");
+  UseProfile(MakeWorker(portB, "B1"), fast);
+  Apply();
+
+  protocol().SetTestInProgress(true);
+  CStorageDiscoveredTargets& added = MakeTarget(growing, "Disk 2");
+  fast.Set(0x86001002, 65536u);
+  const framework::Handle leavingHandle = leaving.GetHandle();
+  leaving.MarkDelete(true, true);
+  ApplyAfresh();
+  EXPECT_EQ((Names{"BST_1.DeleteWorkers"}), Sent(portA));
+  EXPECT_EQ(Handles{leavingHandle}, DeletedHandlesOf(Request(portA, 0)));
+  EXPECT_TRUE(Sent(portB).empty());
+  EXPECT_EQ(CScriptable::STATE_MODIFIED, fast.GetObjectState()) << "a profile is not committed during a test";
+  EXPECT_EQ(CScriptable::STATE_CREATED, added.GetObjectState()) << "nor is a target";
+
+  protocol().SetTestInProgress(false);
+  ApplyAfresh();
+  ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(portA));
+  const WorkerConfigs workers = WorkersOf(Request(portA, 0));
+  ASSERT_EQ(1u, workers.size());
+  EXPECT_EQ(growing.GetHandle(), workers[0].handle);
+  EXPECT_EQ(2u, workers[0].targetSpec.size());
+  ASSERT_EQ((Names{"BST_1.UpdateAccessSpecs"}), Sent(portB));
+  EXPECT_EQ(65536u, AccessSpecsOf(Request(portB, 0)).at(0).workerProfile.TransferRequestSize);
+
+  ApplyAfresh();
+  EXPECT_TRUE(NothingSent());
+}
+
+TEST_F(StorageIOApplyPathTest, DeleteAllSendsTwoEmptyDeletesToAnOnlinePortOnly) {
+  core::CPort& port = MakePort("Port A");
+  MakeWorker(port, "Worker");
+  Apply();
+
+  // A port that comes back is emptied before anything else reaches it.
+  Recorder(port).SetConnected(false);
+  framework::CTaskManager::Instance().RunUntilIdle();
+  ASSERT_FALSE(port.IsOnline());
+  Recorder(port).ClearReceived();
+  protocol().DeleteAllProtocolObjects(port);
+  EXPECT_TRUE(Sent(port).empty());
+  Recorder(port).SetConnected(true);
+  framework::CTaskManager::Instance().RunUntilIdle();
+  ASSERT_TRUE(port.IsOnline());
+  ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs", "BST_1.DeleteWorkers"}), Sent(port));
+  EXPECT_TRUE(DeletedHandlesOf(Request(port, 0)).empty());
+  EXPECT_TRUE(DeletedHandlesOf(Request(port, 1)).empty());
+  ApplyAfresh();
+  EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.UpdateWorkers"}), Sent(port)) << "and then gets it all again";
+
+  Recorder(port).ClearReceived();
+  protocol().DeleteAllProtocolObjects(port);
+  EXPECT_EQ((Names{"BST_1.DeleteAccessSpecs", "BST_1.DeleteWorkers"}), Sent(port));
+
+  // Offline as the port monitor sees it, though its channel still takes requests: nothing goes.
+  Recorder(port).ClearReceived();
+  core::CPortChannels::Instance().SetPortOnline(port, false);
+  protocol().DeleteAllProtocolObjects(port);
+  EXPECT_TRUE(Sent(port).empty());
+}
+
+TEST_F(StorageIOApplyPathTest, AnOfflinePortGetsNoDeletes) {
+  core::CPort& port = MakePort("Port A");
+  CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
+  Apply();
+  core::CPortChannels::Instance().SetPortOnline(port, false);
+  worker.MarkDelete(true, true);
+  ApplyAfresh();
+  EXPECT_TRUE(Sent(port).empty());
+}
+
+TEST_F(StorageIOApplyPathTest, BrokenInvariantsThrowTheAssertionTextsAndSendNothing) {
+  core::CPort& port = MakePort("Port A");
+  CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
+  CStorageWorkerProfile& profile = *protocol().GetDefaultProfile();
+  EXPECT_EQ("Assertion Failed: Null obj passed into CStorageIOProtocol::BuildAddModifyObjectMap  Expression: obj "
+            "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 490",
+            LogicErrorText([&] { protocol().BuildAddModifyObjectMap(port, nullptr); }));
+  EXPECT_EQ("Assertion Failed: CStorageIOProtocol::BuildAddModifyObjectMap must get object of type "
+            "STORAGEIO_StorageWorkerConfig Expression: obj->IsTypeOf(STORAGEIO_StorageWorkerConfig) "
+            "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 492",
+            LogicErrorText([&] { protocol().BuildAddModifyObjectMap(port, &profile); }));
+
+  worker.RemoveObject(profile, framework::RelationType(kWorkerToProfile));
+  const CStorageIOProtocol::ConfigSet workers{&worker};
+  EXPECT_EQ("Assertion Failed: CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile "
+            "Expression: profile File: content/storage/storageio/bll/src/StorageIOProtocol Line: 604",
+            LogicErrorText([&] { protocol().BuildAndSendWorkerMessage(workers, CStorageIOProtocol::OBJ_CREATED, port); }));
+  EXPECT_TRUE(Sent(port).empty());
+
+  // Among the profiles, an object of another class is only logged.
+  framework::ScriptableVec profiles{&worker};
+  protocol().InsertGlobalConfigIntoCache(profiles, protocol().GetDirtyVec());
+  EXPECT_TRUE(protocol().GetDirtyVec().empty());
+  EXPECT_TRUE(m_log->Contains("content.storage.storageio",
+                              "CStorageIOProtocol::ProcessGlobalConfigs scrip is not of type Profile"));
+}
+
+}  // namespace
+}  // namespace storageio
+}  // namespace kel

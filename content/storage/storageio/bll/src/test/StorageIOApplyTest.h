@@ -1,0 +1,245 @@
+#pragma once
+// Fixture of the tests that apply a storage configuration through the host's real apply cycle:
+// ports reserved for testing whose channel is a recorder, devices on them, workers (each takes the
+// protocol's default profile when it is made), profiles and targets, and an apply run as the user
+// runs it (the apply command, then the event loop until every reply has arrived). What a port
+// received is read back with the port side's BST_1 parsers.
+//
+// Each test starts on an empty project, a fresh protocol registered with the protocol module
+// (DeleteInstance unregisters it again), the task manager on its virtual clock and simulation mode
+// off. Objects belong to the project; recorders belong to the port channels and live until the
+// test ends or their port is deleted.
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "StorageDiscoveredTargets.h"
+#include "StorageIOIds.h"
+#include "StorageWorkerConfig.h"
+#include "StorageWorkerProfile.h"
+#include "kel/core/ApplyToILCommand.h"
+#include "kel/core/EmulatedDevice.h"
+#include "kel/core/Port.h"
+#include "kel/core/PortChannels.h"
+#include "kel/core/ProtocolModule.h"
+#include "kel/core/RecorderMessenger.h"
+#include "kel/framework/Exceptions.h"
+#include "kel/framework/HandleRegistry.h"
+#include "kel/framework/HostClassIds.h"
+#include "kel/framework/Project.h"
+#include "kel/framework/ScriptableAutoPtr.h"
+#include "kel/framework/ScriptableCreator.h"
+#include "kel/framework/TaskManager.h"
+#include "msg/BST_1.h"
+#include "test/StorageIOTest.h"
+
+extern "C" int PluginRegister();
+
+namespace kel {
+namespace storageio {
+
+using AccessSpecs = std::vector<BST_1_bll::AccessSpec_s>;
+using WorkerConfigs = std::vector<BST_1_bll::WorkerConfig_s>;
+using Handles = std::vector<unsigned int>;
+using Names = std::vector<std::string>;
+
+// The records of an "AddAccessSpecs" or "UpdateAccessSpecs" request.
+inline AccessSpecs AccessSpecsOf(const Message& request) {
+  AccessSpecs specs;
+  if (request.get_request_name() == "BST_1.UpdateAccessSpecs") {
+    BST_1_port::parse_req_UpdateAccessSpecs(&request, &specs);
+  } else {
+    BST_1_port::parse_req_AddAccessSpecs(&request, &specs);
+  }
+  return specs;
+}
+
+// The records of an "AddWorkers" or "UpdateWorkers" request.
+inline WorkerConfigs WorkersOf(const Message& request) {
+  WorkerConfigs workers;
+  if (request.get_request_name() == "BST_1.UpdateWorkers") {
+    BST_1_port::parse_req_UpdateWorkers(&request, &workers);
+  } else {
+    BST_1_port::parse_req_AddWorkers(&request, &workers);
+  }
+  return workers;
+}
+
+// The handles of a "DeleteAccessSpecs" or "DeleteWorkers" request.
+inline Handles DeletedHandlesOf(const Message& request) {
+  Handles handles;
+  if (request.get_request_name() == "BST_1.DeleteWorkers") {
+    BST_1_port::parse_req_DeleteWorkers(&request, &handles);
+  } else {
+    BST_1_port::parse_req_DeleteAccessSpecs(&request, &handles);
+  }
+  return handles;
+}
+
+inline Handles ProfileHandlesOf(const AccessSpecs& specs) {
+  Handles handles;
+  for (const auto& spec : specs) handles.push_back(spec.profileHandle);
+  return handles;
+}
+
+inline Handles WorkerHandlesOf(const WorkerConfigs& workers) {
+  Handles handles;
+  for (const auto& worker : workers) handles.push_back(worker.handle);
+  return handles;
+}
+
+// Records of one request follow the order of an unordered set: compare them sorted.
+inline Handles Sorted(Handles handles) {
+  std::sort(handles.begin(), handles.end());
+  return handles;
+}
+
+// The text of the CKelLogicError that `action` throws; "" (and a test failure) when it throws none.
+template <class Action>
+std::string LogicErrorText(Action action) {
+  try {
+    action();
+  } catch (const framework::CKelLogicError& error) {
+    return error.GetMessage();
+  }
+  ADD_FAILURE() << "no CKelLogicError";
+  return "";
+}
+
+class StorageIOApplyTest : public StorageIOTest {
+ protected:
+  void SetUp() override {
+    StorageIOTest::SetUp();
+    // The host loads the plug-in once per process (its texts and protocol are registered then);
+    // every test's fresh protocol joins the protocol module again.
+    static const int registered = PluginRegister();
+    (void)registered;
+    core::CProtocolModule::Instance().RegisterProtocol(CStorageIOProtocol::Instance());
+    framework::CTaskManager::Instance().Reset();
+    framework::CTaskManager::Instance().SetClockMode(framework::CTaskManager::ClockMode::Virtual);
+  }
+  void TearDown() override {
+    framework::CKelSystem::Instance().Set(framework::prop::SimulationMode, false);
+    StorageIOTest::TearDown();
+    core::CPortChannels::Instance().Clear();
+    framework::CTaskManager::Instance().Reset();
+    framework::CTaskManager::Instance().SetClockMode(framework::CTaskManager::ClockMode::Real);
+  }
+
+  static CStorageIOProtocol& protocol() { return *CStorageIOProtocol::Instance(); }
+  static framework::CProject& project() { return framework::CProject::Instance(); }
+
+  // A port reserved for testing (unless told otherwise) whose channel is a recorder; `group`
+  // names its physical port group ("" for a group of its own).
+  core::CPort& MakePort(const std::string& name, const std::string& group = "", bool reserved = true) {
+    auto& port = Make<core::CPort>(framework::classid::Port, &project());
+    port.Set(framework::prop::Name, name);
+    port.Set(core::prop::PortGroup, group);
+    port.Set(core::prop::ReservedForTesting, reserved);
+    AttachRecorder(port);
+    return port;
+  }
+  // Gives the port (a loaded one, say) a fresh recorder as its channel; the port is online then.
+  core::CRecorderMessenger& AttachRecorder(core::CPort& port) {
+    auto& recorder = static_cast<core::CRecorderMessenger&>(
+        core::CPortChannels::Instance().Attach(port, std::make_unique<core::CRecorderMessenger>()));
+    m_recorders[port.GetHandle()] = &recorder;
+    return recorder;
+  }
+  core::CRecorderMessenger& Recorder(const core::CPort& port) { return *LiveRecorders().at(port.GetHandle()); }
+
+  core::CEmulatedDevice& MakeDevice(core::CPort& port) {
+    auto& device = Make<core::CEmulatedDevice>(framework::classid::EmulatedDevice, &project());
+    device.SetPort(&port);
+    return device;
+  }
+  // A worker on a device of its own on `port`.
+  CStorageWorkerConfig& MakeWorker(core::CPort& port, const std::string& name) {
+    auto& worker = Make<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), &MakeDevice(port));
+    worker.Set(framework::prop::Name, name);
+    return worker;
+  }
+  CStorageWorkerProfile& MakeProfile(const std::string& name) {
+    auto& profile = Make<CStorageWorkerProfile>(CStorageWorkerProfile::CLASS_ID(), &project());
+    profile.Set(framework::prop::Name, name);
+    return profile;
+  }
+  // A target of the worker (its child, related over worker-to-target).
+  CStorageDiscoveredTargets& MakeTarget(CStorageWorkerConfig& worker, const std::string& volume,
+                                        unsigned int type = 0x8c000000, unsigned int sectorSize = 512) {
+    auto& target = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
+    target.Set(0x86003003, volume);
+    target.Set(0x8600300a, type);
+    target.Set(0x86003008, sectorSize);
+    EXPECT_TRUE(worker.AddObject(target, framework::RelationType(kWorkerToTarget)));
+    return target;
+  }
+  // Relates the worker to `profile` instead of its current one.
+  static void UseProfile(CStorageWorkerConfig& worker, CStorageWorkerProfile& profile) {
+    const framework::RelationType toProfile(kWorkerToProfile);
+    if (framework::CScriptable* current = worker.GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile)) {
+      worker.RemoveObject(*current, toProfile);
+    }
+    EXPECT_TRUE(worker.AddObject(profile, toProfile));
+  }
+
+  // Runs the apply command as the user does and lets every reply arrive. The command's failure
+  // (a refused validation) propagates.
+  void Apply() {
+    framework::CScriptableAutoPtr<core::CApplyToILCommand> apply(static_cast<core::CApplyToILCommand*>(
+        framework::CScriptableCreator().Create(core::CApplyToILCommand::CLASS_ID(), nullptr)));
+    ASSERT_NE(nullptr, apply.get());
+    apply->Execute(false);
+    framework::CTaskManager::Instance().RunUntilIdle();
+  }
+  // Applies after forgetting what the ports received so far, so a test reads one apply's requests.
+  void ApplyAfresh() {
+    for (auto& entry : LiveRecorders()) entry.second->ClearReceived();
+    Apply();
+  }
+  // The text with which an apply is refused; "" (and a test failure) when it is not refused.
+  std::string RefusedApplyText() {
+    try {
+      Apply();
+    } catch (const framework::CCommandErrorException& error) {
+      return error.GetMessage();
+    }
+    ADD_FAILURE() << "the apply was not refused";
+    return "";
+  }
+
+  Names Sent(const core::CPort& port) { return Recorder(port).ReceivedNames(); }
+  const Message& Request(const core::CPort& port, std::size_t index) { return Recorder(port).Received().at(index); }
+  // True when no port received anything.
+  bool NothingSent() {
+    for (const auto& entry : LiveRecorders()) {
+      if (!entry.second->Received().empty()) return false;
+    }
+    return true;
+  }
+
+  template <class T>
+  static T& Make(framework::ClassId classId, framework::CScriptable* parent) {
+    auto* object = dynamic_cast<T*>(framework::CScriptableCreator().Create(classId, parent));
+    if (object == nullptr) throw framework::CKelLogicError("cannot make an object of class " + std::to_string(classId));
+    return *object;
+  }
+
+ private:
+  // The recorders of the ports that still exist: a deleted port's channel is destroyed with it.
+  std::map<framework::Handle, core::CRecorderMessenger*>& LiveRecorders() {
+    for (auto it = m_recorders.begin(); it != m_recorders.end();) {
+      it = framework::CHandleRegistry::Instance().Find(it->first) ? std::next(it) : m_recorders.erase(it);
+    }
+    return m_recorders;
+  }
+
+  std::map<framework::Handle, core::CRecorderMessenger*> m_recorders;
+};
+
+}  // namespace storageio
+}  // namespace kel
