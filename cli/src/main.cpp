@@ -1,21 +1,20 @@
 // storageio: runs storage tests through the host and the storage I/O plug-in.
 //
-//   storageio demo [--plugin PATH]    load the plug-in and show what it registered
+//   storageio demo [--plugin PATH] [--duration SECONDS]
+//       load the plug-in, show what it registered, and run a short storage test end to end on
+//       two embedded in-process ports
 
 #include <cstring>
 #include <iostream>
 #include <string>
 
-#include "RegistrationReport.h"
+#include "Demo.h"
 #include "kel/framework/Exceptions.h"
-#include "kel/framework/PluginLoader.h"
 
 namespace {
 
-constexpr unsigned kStorageIOBlock = 0x86000000;
-
 int Usage(std::ostream& out, int status) {
-  out << "usage: storageio demo [--plugin PATH]\n";
+  out << "usage: storageio demo [--plugin PATH] [--duration SECONDS]\n";
   return status;
 }
 
@@ -24,26 +23,33 @@ int Usage(std::ostream& out, int status) {
 int main(int argc, char** argv) {
   if (argc < 2) return Usage(std::cerr, 2);
   const std::string command = argv[1];
-  std::string plugin = STORAGEIO_DEFAULT_PLUGIN;
-  for (int i = 2; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--plugin") == 0 && i + 1 < argc) {
-      plugin = argv[++i];
-    } else {
-      std::cerr << "storageio: unknown argument '" << argv[i] << "'\n";
-      return Usage(std::cerr, 2);
-    }
-  }
   if (command == "--help" || command == "-h") return Usage(std::cout, 0);
   if (command != "demo") {
     std::cerr << "storageio: unknown command '" << command << "'\n";
     return Usage(std::cerr, 2);
   }
+  storageio_cli::DemoOptions options;
+  options.pluginPath = STORAGEIO_DEFAULT_PLUGIN;
+  for (int i = 2; i < argc; ++i) {
+    const bool hasValue = i + 1 < argc;
+    if (std::strcmp(argv[i], "--plugin") == 0 && hasValue) {
+      options.pluginPath = argv[++i];
+    } else if (std::strcmp(argv[i], "--duration") == 0 && hasValue) {
+      try {
+        options.durationSeconds = static_cast<unsigned>(std::stoul(argv[++i]));
+      } catch (const std::exception&) {
+        std::cerr << "storageio: --duration needs a number of seconds\n";
+        return Usage(std::cerr, 2);
+      }
+    } else {
+      std::cerr << "storageio: unknown argument '" << argv[i] << "'\n";
+      return Usage(std::cerr, 2);
+    }
+  }
   try {
-    const kel::framework::PluginInfo info = kel::framework::CPluginLoader::Instance().Load(plugin);
-    storageio_cli::WriteRegistrationReport(std::cout, info, kStorageIOBlock);
-  } catch (const kel::framework::CKelException& e) {
-    std::cerr << "storageio: " << e.GetMessage() << "\n";
+    return storageio_cli::RunDemo(options, std::cout);
+  } catch (const std::exception& e) {
+    std::cerr << "storageio: " << e.what() << "\n";
     return 1;
   }
-  return 0;
 }

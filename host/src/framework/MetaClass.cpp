@@ -282,6 +282,13 @@ const RelationDesc* CMetaClassManager::GetRelation(RelationId id) const {
   return it != m_relations.end() ? &it->second : nullptr;
 }
 
+const RelationDesc* CMetaClassManager::GetRelation(const std::string& name) const {
+  for (const auto& entry : m_relations) {
+    if (entry.second.name == name) return &entry.second;
+  }
+  return nullptr;
+}
+
 std::vector<const CMetaClass*> CMetaClassManager::GetClassesOfBlock(unsigned idBlock) const {
   std::vector<const CMetaClass*> classes;
   for (const auto& entry : m_classes) {

@@ -100,6 +100,8 @@ class CMetaClassManager {
   CMetaClass* GetClass(ClassId id) const;
   CMetaClass* GetClass(const std::string& name) const;
   const RelationDesc* GetRelation(RelationId id) const;
+  // The relation of that name (forward direction's name), or null.
+  const RelationDesc* GetRelation(const std::string& name) const;
   // Classes whose id lies in the given block, ascending.
   std::vector<const CMetaClass*> GetClassesOfBlock(unsigned idBlock) const;
 

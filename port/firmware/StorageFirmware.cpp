@@ -1,0 +1,369 @@
+#include "port/firmware/StorageFirmware.h"
+
+#include <set>
+#include <stdexcept>
+
+#include "kel/framework/Logger.h"
+#include "port/firmware/Units.h"
+
+namespace storageio_port {
+
+using BST_1_bll::StatusCode_t;
+using BST_1_bll::TestStatus_t;
+using kel::core::RpcFrameKind;
+using result_1_bll::EnumResultState;
+
+namespace {
+
+// Why a request cannot be carried out; it becomes a Failure reply.
+class Refusal : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+void LogWarning(const std::string& text) {
+  kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.port")->Warn(text, __FILE__, __LINE__);
+}
+
+// Every reply but learn's is a status alone, so a refusal of any request, known or not, is the
+// status reply of the status-only codec, named for the request it answers.
+void BuildFailureReply(const std::string& requestName, Message* reply) {
+  if (requestName == "BST_1.LearnTargets") {
+    BST_1_port::create_resp_LearnTargets(reply, StatusCode_t::Failure, {});
+    return;
+  }
+  BST_1_port::create_resp_Echo(reply, StatusCode_t::Failure);
+  reply->set_request_name(requestName);
+}
+
+// Requests repeat; a map of a handle to its record keeps the latest.
+template <class Record, class HandleOf>
+void Keep(std::map<unsigned, Record>& kept, const std::vector<Record>& records, HandleOf handleOf) {
+  for (const Record& record : records) kept[handleOf(record)] = record;
+}
+
+template <class Record>
+void Forget(std::map<unsigned, Record>& kept, const std::vector<unsigned>& handles) {
+  if (handles.empty()) {
+    kept.clear();
+    return;
+  }
+  for (unsigned handle : handles) kept.erase(handle);
+}
+
+}  // namespace
+
+StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler,
+                                 FrameSink sink)
+    : m_config(std::move(config)),
+      m_engine(std::move(engine)),
+      m_scheduler(scheduler),
+      m_sink(std::move(sink)),
+      m_progressTicker(scheduler),
+      m_figuresTicker(scheduler),
+      m_pollTicker(scheduler) {
+  ValidateFirmwareConfig(m_config);
+  if (!m_engine) throw std::invalid_argument("A storage firmware needs an I/O engine");
+  if (!m_sink) throw std::invalid_argument("A storage firmware needs a sink for its frames");
+}
+
+StorageFirmware::~StorageFirmware() { EndRun(); }
+
+const std::map<std::string, StorageFirmware::Handler>& StorageFirmware::Handlers() {
+  static const std::map<std::string, Handler> handlers = {
+      {"BST_1.Echo", &StorageFirmware::OnEcho},
+      {"BST_1.AddAccessSpecs", &StorageFirmware::OnAddAccessSpecs},
+      {"BST_1.UpdateAccessSpecs", &StorageFirmware::OnUpdateAccessSpecs},
+      {"BST_1.DeleteAccessSpecs", &StorageFirmware::OnDeleteAccessSpecs},
+      {"BST_1.AddWorkers", &StorageFirmware::OnAddWorkers},
+      {"BST_1.UpdateWorkers", &StorageFirmware::OnUpdateWorkers},
+      {"BST_1.DeleteWorkers", &StorageFirmware::OnDeleteWorkers},
+      {"BST_1.LearnTargets", &StorageFirmware::OnLearnTargets},
+      {"BST_1.RegisterTestStatusNotify", &StorageFirmware::OnRegisterTestStatusNotify},
+      {"BST_1.DeregisterTestStatusNotify", &StorageFirmware::OnDeregisterTestStatusNotify},
+      {"BST_1.RegisterTestResults", &StorageFirmware::OnRegisterTestResults},
+      {"BST_1.DeregisterTestResults", &StorageFirmware::OnDeregisterTestResults},
+      {"BST_1.StartTest", &StorageFirmware::OnStartTest},
+      {"BST_1.StopTest", &StorageFirmware::OnStopTest},
+      {"BST_1.SetDebugSettings", &StorageFirmware::OnSetDebugSettings},
+  };
+  return handlers;
+}
+
+void StorageFirmware::OnFrame(const Bytes& bytes) {
+  kel::core::RpcFrame frame;
+  try {
+    frame = kel::core::DecodeFrame(bytes);
+  } catch (const std::exception& e) {
+    LogWarning("Dropped " + std::to_string(bytes.size()) + " bytes that are not a frame: " + e.what());
+    return;
+  }
+  const std::string& name = frame.message.get_request_name();
+  if (frame.kind != RpcFrameKind::Request) {
+    LogWarning("Dropped a frame of " + name + " that is not a request");
+    return;
+  }
+  try {
+    try {
+      Dispatch(frame.id, frame.message);
+    } catch (const std::exception& e) {
+      LogWarning("Refused " + name + ": " + e.what());
+      Message reply;
+      BuildFailureReply(name, &reply);
+      Reply(frame.id, reply);
+    }
+  } catch (const std::exception& e) {
+    LogWarning("Could not answer " + name + ": " + e.what());
+  }
+}
+
+void StorageFirmware::Dispatch(std::uint64_t id, const Message& request) {
+  const auto handler = Handlers().find(request.get_request_name());
+  if (handler == Handlers().end()) throw Refusal("this port does not serve it");
+  (this->*handler->second)(id, request);
+}
+
+void StorageFirmware::Send(RpcFrameKind kind, std::uint64_t id, const Message& message) {
+  m_sink(kel::core::EncodeFrame(kind, id, message));
+}
+
+void StorageFirmware::Reply(std::uint64_t id, const Message& reply) { Send(RpcFrameKind::Reply, id, reply); }
+
+// ---- Configuration ----
+
+void StorageFirmware::OnEcho(std::uint64_t id, const Message& request) {
+  std::string command;
+  BST_1_port::parse_req_Echo(&request, &command);
+  Message reply;
+  BST_1_port::create_resp_Echo(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnAddAccessSpecs(std::uint64_t id, const Message& request) {
+  std::vector<BST_1_bll::AccessSpec_s> specs;
+  BST_1_port::parse_req_AddAccessSpecs(&request, &specs);
+  Keep(m_accessSpecs, specs, [](const BST_1_bll::AccessSpec_s& spec) { return spec.profileHandle; });
+  Message reply;
+  BST_1_port::create_resp_AddAccessSpecs(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnUpdateAccessSpecs(std::uint64_t id, const Message& request) {
+  std::vector<BST_1_bll::AccessSpec_s> specs;
+  BST_1_port::parse_req_UpdateAccessSpecs(&request, &specs);
+  Keep(m_accessSpecs, specs, [](const BST_1_bll::AccessSpec_s& spec) { return spec.profileHandle; });
+  Message reply;
+  BST_1_port::create_resp_UpdateAccessSpecs(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnDeleteAccessSpecs(std::uint64_t id, const Message& request) {
+  std::vector<unsigned> handles;
+  BST_1_port::parse_req_DeleteAccessSpecs(&request, &handles);
+  Forget(m_accessSpecs, handles);
+  Message reply;
+  BST_1_port::create_resp_DeleteAccessSpecs(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnAddWorkers(std::uint64_t id, const Message& request) {
+  std::vector<BST_1_bll::WorkerConfig_s> workers;
+  BST_1_port::parse_req_AddWorkers(&request, &workers);
+  Keep(m_workers, workers, [](const BST_1_bll::WorkerConfig_s& worker) { return worker.handle; });
+  Message reply;
+  BST_1_port::create_resp_AddWorkers(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnUpdateWorkers(std::uint64_t id, const Message& request) {
+  std::vector<BST_1_bll::WorkerConfig_s> workers;
+  BST_1_port::parse_req_UpdateWorkers(&request, &workers);
+  Keep(m_workers, workers, [](const BST_1_bll::WorkerConfig_s& worker) { return worker.handle; });
+  Message reply;
+  BST_1_port::create_resp_UpdateWorkers(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnDeleteWorkers(std::uint64_t id, const Message& request) {
+  std::vector<unsigned> handles;
+  BST_1_port::parse_req_DeleteWorkers(&request, &handles);
+  Forget(m_workers, handles);
+  Message reply;
+  BST_1_port::create_resp_DeleteWorkers(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnLearnTargets(std::uint64_t id, const Message& request) {
+  BST_1_port::parse_req_LearnTargets(&request);
+  std::vector<BST_1_bll::TargetSpec_s> learnt;
+  for (const TargetInfo& target : m_config.targets) {
+    BST_1_bll::TargetSpec_s spec;
+    spec.Type = target.type;
+    spec.TargetName = target.name;
+    spec.QueueDepth = target.queueDepth;
+    spec.DiskSpecification.SectorSize = target.sectorSize;
+    spec.DiskSpecification.MaximumDiskSize = target.sectorCount;
+    learnt.push_back(spec);
+  }
+  Message reply;
+  BST_1_port::create_resp_LearnTargets(&reply, StatusCode_t::Success, learnt);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnSetDebugSettings(std::uint64_t id, const Message& request) {
+  unsigned changeMask = 0, traceMask = 0, sizeOfLogFile = 0;
+  unsigned char traceOn = 0, numberOfLogFiles = 0;
+  BST_1_port::parse_req_SetDebugSettings(&request, &changeMask, &traceOn, &traceMask, &sizeOfLogFile,
+                                         &numberOfLogFiles);
+  Message reply;
+  BST_1_port::create_resp_SetDebugSettings(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+// ---- Notifications ----
+
+void StorageFirmware::OnRegisterTestStatusNotify(std::uint64_t id, const Message& request) {
+  unsigned intervalMs = 0;
+  BST_1_port::parse_req_RegisterTestStatusNotify(&request, &intervalMs);
+  m_progressRegistered = true;
+  m_progressTicker.Start(intervalMs, [this] {
+    if (m_run) SendProgress(m_run->PhaseAt(m_scheduler.NowMs()));
+  });
+  Message reply;
+  BST_1_port::create_resp_RegisterTestStatusNotify(&reply);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnDeregisterTestStatusNotify(std::uint64_t id, const Message& request) {
+  BST_1_port::parse_req_DeregisterTestStatusNotify(&request);
+  m_progressRegistered = false;
+  m_progressTicker.Stop();
+  Message reply;
+  BST_1_port::create_resp_DeregisterTestStatusNotify(&reply);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnRegisterTestResults(std::uint64_t id, const Message& request) {
+  unsigned intervalMs = 0;
+  BST_1_port::parse_req_RegisterTestResults(&request, &intervalMs);
+  m_figuresRegistered = true;
+  m_figuresTicker.Start(intervalMs, [this] {
+    if (m_run) SendFigures(EnumResultState::RESULT_ACTIVE);
+  });
+  Message reply;
+  BST_1_port::create_resp_RegisterTestResults(&reply);
+  Reply(id, reply);
+}
+
+void StorageFirmware::OnDeregisterTestResults(std::uint64_t id, const Message& request) {
+  BST_1_port::parse_req_DeregisterTestResults(&request);
+  m_figuresRegistered = false;
+  m_figuresTicker.Stop();
+  Message reply;
+  BST_1_port::create_resp_DeregisterTestResults(&reply);
+  Reply(id, reply);
+}
+
+void StorageFirmware::SendProgress(TestStatus_t phase) {
+  Message notification;
+  BST_1_port::create_notify_TestNotification(&notification, phase, true);
+  Send(RpcFrameKind::Notification, 0, notification);
+}
+
+void StorageFirmware::SendFigures(EnumResultState state) {
+  const std::int64_t now = m_scheduler.NowMs();
+  m_run->AdvanceTo(now);
+  std::vector<bst_1_bll::StorageWorkerResults_s> workerResults;
+  std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targetResults;
+  m_run->Figures(now, state, workerResults, targetResults);
+  Message notification;
+  BST_1_port::create_notify_TestResultsNotification(&notification, workerResults, targetResults, true);
+  Send(RpcFrameKind::Notification, 0, notification);
+}
+
+// ---- The test ----
+
+const TargetInfo* StorageFirmware::FindTarget(const std::string& name) const {
+  for (const TargetInfo& target : m_config.targets) {
+    if (target.name == name) return &target;
+  }
+  return nullptr;
+}
+
+std::unique_ptr<TestRun> StorageFirmware::PrepareRun(const std::vector<unsigned>& workerHandles,
+                                                     unsigned long durationSeconds) {
+  if (durationSeconds > kLongestTestSeconds) {
+    throw Refusal("a duration of " + std::to_string(durationSeconds) + " s is above the longest test of " +
+                  std::to_string(kLongestTestSeconds) + " s");
+  }
+  const Timeline timeline{m_scheduler.NowMs(), m_config.setupStepMs,
+                          static_cast<std::int64_t>(durationSeconds) * units::kMsPerSecond};
+  std::vector<WorkerLoad> loads;
+  std::set<unsigned> started;
+  for (unsigned handle : workerHandles) {
+    if (!started.insert(handle).second) continue;
+    const std::string worker = "worker " + std::to_string(handle);
+    const auto config = m_workers.find(handle);
+    if (config == m_workers.end()) throw Refusal(worker + " is unknown");
+    const auto spec = m_accessSpecs.find(config->second.profileHandle);
+    if (spec == m_accessSpecs.end()) {
+      throw Refusal(worker + " runs access spec " + std::to_string(config->second.profileHandle) + ", which is unknown");
+    }
+    WorkerLoad load{handle, {}};
+    for (const BST_1_bll::TargetSpec_s& target : config->second.targetSpec) {
+      const TargetInfo* info = FindTarget(target.TargetName);
+      if (info == nullptr) throw Refusal(worker + " names target '" + target.TargetName + "', which this port does not have");
+      try {
+        load.targets.push_back(
+            std::make_unique<TargetLoad>(*m_engine, *info, target, spec->second.workerProfile, timeline.Window()));
+      } catch (const std::exception& e) {
+        throw Refusal(worker + " on target '" + target.TargetName + "': " + e.what());
+      }
+    }
+    loads.push_back(std::move(load));
+  }
+  return std::make_unique<TestRun>(timeline, std::move(loads));
+}
+
+void StorageFirmware::OnStartTest(std::uint64_t id, const Message& request) {
+  std::vector<unsigned> workerHandles;
+  unsigned long durationSeconds = 0;
+  BST_1_port::parse_req_StartTest(&request, &workerHandles, &durationSeconds);
+  if (m_run) throw Refusal("a test is running");
+  m_run = PrepareRun(workerHandles, durationSeconds);
+  m_startRequestId = id;
+  m_endTimer = m_scheduler.RunAfter(m_run->GetTimeline().EndMs() - m_scheduler.NowMs(), [this] { FinishTest(); });
+  m_pollTicker.Start(m_config.pollPeriodMs, [this] { m_run->AdvanceTo(m_scheduler.NowMs()); });
+}
+
+void StorageFirmware::FinishTest() {
+  m_endTimer = 0;
+  if (m_figuresRegistered) SendFigures(EnumResultState::RESULT_INACTIVE);
+  Message reply;
+  BST_1_port::create_resp_StartTest(&reply, StatusCode_t::Success);
+  Reply(m_startRequestId, reply);
+  if (m_progressRegistered) SendProgress(TestStatus_t::Done100Percent);
+  EndRun();
+}
+
+void StorageFirmware::OnStopTest(std::uint64_t id, const Message& request) {
+  BST_1_port::parse_req_StopTest(&request);
+  if (m_run) {
+    EndRun();
+    Message startReply;
+    BST_1_port::create_resp_StartTest(&startReply, StatusCode_t::Success);
+    Reply(m_startRequestId, startReply);
+  }
+  Message reply;
+  BST_1_port::create_resp_StopTest(&reply, StatusCode_t::Success);
+  Reply(id, reply);
+}
+
+void StorageFirmware::EndRun() {
+  m_pollTicker.Stop();
+  if (m_endTimer != 0) m_scheduler.Cancel(m_endTimer);
+  m_endTimer = 0;
+  m_run.reset();
+}
+
+}  // namespace storageio_port

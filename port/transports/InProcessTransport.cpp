@@ -1,0 +1,50 @@
+#include "port/transports/InProcessTransport.h"
+
+#include "kel/core/PortChannels.h"
+
+namespace storageio_port {
+
+InProcessTransport::InProcessTransport(std::string endpoint, FirmwareConfig config, std::unique_ptr<IoEngine> engine)
+    : m_endpoint(std::move(endpoint)),
+      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engine), m_scheduler,
+                                                   [this](Bytes frame) {
+                                                     if (m_connected) Deliver(std::move(frame));
+                                                   })) {}
+
+// Frames still queued for the firmware find it gone and are dropped.
+InProcessTransport::~InProcessTransport() = default;
+
+void InProcessTransport::Send(Bytes frame) {
+  if (!m_connected) return;
+  std::weak_ptr<StorageFirmware> firmware = m_firmware;
+  m_scheduler.RunAfter(0, [firmware, frame = std::move(frame)] {
+    if (const auto alive = firmware.lock()) alive->OnFrame(frame);
+  });
+}
+
+void InProcessTransport::SetConnected(bool connected) {
+  if (connected == m_connected) return;
+  m_connected = connected;
+  ReportConnection(connected);
+}
+
+FirmwareConfig InProcessSetup::DefaultFirmwareConfig() {
+  FirmwareConfig config;
+  config.targets = {
+      TargetInfo{"disk0", 512, 8388608, static_cast<std::uint32_t>(bst_1_bll::EnumTargetType::PhysicalDiskType), 32},
+      TargetInfo{"disk1", 4096, 262144, static_cast<std::uint32_t>(bst_1_bll::EnumTargetType::LogicalDiskType), 64},
+  };
+  return config;
+}
+
+void RegisterInProcessTransport(const InProcessSetup& setup) {
+  // A bad setup is refused now rather than when a port first needs it.
+  ValidateFirmwareConfig(setup.firmware);
+  const ModelEngine check(setup.device);
+  kel::core::CPortChannels::Instance().RegisterTransport(
+      "inproc", [setup](kel::core::CPort&, const std::string& location) -> std::unique_ptr<kel::core::Messenger> {
+        return std::make_unique<InProcessTransport>(location, setup.firmware, std::make_unique<ModelEngine>(setup.device));
+      });
+}
+
+}  // namespace storageio_port
