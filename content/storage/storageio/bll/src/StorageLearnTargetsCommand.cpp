@@ -107,10 +107,7 @@ bool CStorageLearnTargetsCommand::DoRun() {
     const int sent = core::CRpcManager::Instance().SendAsyncMessage(protocol->GetMessenger(*port), request,
                                                                     &m_responseDelegate, PortCookie(*port), 0, true);
     if (SendFailed(sent)) {
-      const std::string text =
-          "StorageLearnTargetsCommand: Received error response trying to send message to port " + port->GetName();
-      STORAGEIO_LOG_ERROR(devLogger(), text << ".Skipping port.");
-      STORAGEIO_LOG_ERROR(userLogger(), text << ".Skipping the port.");
+      LogSendFailure("StorageLearnTargetsCommand", *port, userLogger(), kSourcePath, __LINE__);
     } else {
       m_outstanding.insert(port->GetHandle());
     }

@@ -119,10 +119,7 @@ bool CStorageStartWorkerCommand::DoRun() {
     BST_1_bll::create_req_StartTest(&start, workerHandles, duration, true);
     const int sent = rpc.SendAsyncMessage(messenger, start, &m_responseDelegate, PortCookie(port), 0, true);
     if (SendFailed(sent)) {
-      const std::string text =
-          "StorageStartWorkerCommand: Received error response trying to send message to port " + port.GetName();
-      STORAGEIO_LOG_ERROR(devLogger(), text << ".Skipping port.");
-      STORAGEIO_LOG_ERROR(userLogger(), text << ".Skipping the port.");
+      LogSendFailure("StorageStartWorkerCommand", port, userLogger(), kSourcePath, __LINE__);
       continue;
     }
     m_outstanding.insert(port.GetHandle());

@@ -39,10 +39,8 @@ bool CStorageStopWorkerCommand::DoRun() {
       const int sent = core::CRpcManager::Instance().SendAsyncMessage(protocol->GetMessenger(*port), stop,
                                                                       &m_responseDelegate, PortCookie(*port), 0, true);
       if (SendFailed(sent)) {
-        const std::string text =
-            "StorageStartWorkerCommand: Received error response trying to send message to port " + port->GetName();
-        STORAGEIO_LOG_ERROR(devLogger(), text << ".Skipping port.");
-        STORAGEIO_LOG_ERROR(stopUserLogger(), text << ".Skipping the port.");
+        // The text names the start command: the two commands share it.
+        LogSendFailure("StorageStartWorkerCommand", *port, stopUserLogger(), kSourcePath, __LINE__);
         continue;
       }
       m_outstanding.insert(entry.first);
