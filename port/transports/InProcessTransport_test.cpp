@@ -8,7 +8,6 @@
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/Project.h"
 #include "kel/framework/ScriptableCreator.h"
-#include "kel/framework/TaskManager.h"
 #include "port/firmware/test/FirmwareTest.h"
 
 namespace storageio_port::test {
@@ -22,8 +21,7 @@ class InProcessTransportTest : public ::testing::Test {
   void SetUp() override {
     CTaskManager::Instance().Reset();
     CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
-    m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(),
-                                                       std::make_unique<ModelEngine>(ModelEngine::Config{}));
+    m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(), std::make_unique<ModelEngine>(ModelEngine::Config{}));
     m_transport->SetReceiver([this](std::vector<unsigned char> bytes) { m_received.push_back(kel::core::DecodeFrame(bytes)); });
     m_transport->SetConnectionCallback([this](bool connected) { m_connection.push_back(connected); });
   }
@@ -32,7 +30,7 @@ class InProcessTransportTest : public ::testing::Test {
     CTaskManager::Instance().Reset();
   }
 
-  void Send(std::uint64_t id, const std::function<void(Message*)>& build) {
+  void Send(std::uint64_t id, const Build& build) {
     Message request;
     build(&request);
     m_transport->Send(kel::core::EncodeFrame(RpcFrameKind::Request, id, request));
@@ -44,8 +42,6 @@ class InProcessTransportTest : public ::testing::Test {
 };
 
 TEST_F(InProcessTransportTest, ServesRequestsInALaterTurnOfTheLoop) {
-  EXPECT_EQ(m_transport->GetEndpoint(), "inproc");
-  EXPECT_TRUE(m_transport->IsConnected());
   Send(3, [](Message* m) { BST_1_bll::create_req_Echo(m, "ping", true); });
   EXPECT_TRUE(m_received.empty());  // not inside Send
   EXPECT_TRUE(CTaskManager::Instance().RunOne());
@@ -63,8 +59,6 @@ TEST_F(InProcessTransportTest, ACutLinkDropsFramesWhileTheTestGoesOn) {
   EXPECT_EQ(m_received.size(), 4u);  // three replies, the first figures
 
   m_transport->SetConnected(false);
-  EXPECT_FALSE(m_transport->IsConnected());
-  EXPECT_EQ(m_connection, std::vector<bool>{false});
   Send(5, [](Message* m) { BST_1_bll::create_req_Echo(m, "lost", true); });
   CTaskManager::Instance().RunFor(3000);
   EXPECT_EQ(m_received.size(), 4u);
@@ -85,24 +79,19 @@ TEST_F(InProcessTransportTest, DestroyingItWithWorkQueuedIsHarmless) {
 }
 
 TEST(InProcessTransport, ServesTheInprocScheme) {
-  CTaskManager::Instance().Reset();
   kel::framework::CKelSystem::Instance().ResetProject();
-  RegisterInProcessTransport();
-  auto* port = dynamic_cast<kel::core::CPort*>(kel::framework::CScriptableCreator().Create(
-      kel::framework::classid::Port, &kel::framework::CProject::Instance()));
-  ASSERT_NE(port, nullptr);
-  port->Set("Location", "inproc");
-  auto* transport = dynamic_cast<InProcessTransport*>(&kel::core::CPortChannels::Instance().GetMessenger(*port));
-  ASSERT_NE(transport, nullptr);
-  EXPECT_TRUE(port->IsOnline());
-  EXPECT_EQ(InProcessSetup().firmware.targets.size(), 2u);
-
   InProcessSetup bad;
   bad.device.latencyMs = 0;
   EXPECT_THROW(RegisterInProcessTransport(bad), std::invalid_argument);
+  RegisterInProcessTransport();
+  auto* port = dynamic_cast<kel::core::CPort*>(
+      kel::framework::CScriptableCreator().Create(kel::framework::classid::Port, &kel::framework::CProject::Instance()));
+  ASSERT_NE(port, nullptr);
+  port->Set("Location", "inproc");
+  EXPECT_NE(dynamic_cast<InProcessTransport*>(&kel::core::CPortChannels::Instance().GetMessenger(*port)), nullptr);
+  EXPECT_TRUE(port->IsOnline());
   kel::core::CPortChannels::Instance().Clear();
   kel::framework::CKelSystem::Instance().ResetProject();
-  CTaskManager::Instance().Reset();
 }
 
 }  // namespace
