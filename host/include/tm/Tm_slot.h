@@ -4,8 +4,9 @@
 // A slot is a 24-byte tagged union whose tag is the value's TMV: simple values and texts of up to
 // kInlineText bytes live inside it (no allocation for a number, none for a short text); longer
 // texts, binaries, structures and arrays are owned through a pointer. A decoded structure or array
-// lives in its message's arena instead: the slot destroys it but leaves its memory to the arena. Records of thousands
-// of members are decoded and read through slots, so they stay small and cheap to destroy.
+// lives in its message's arena instead: the slot destroys it but leaves its memory to the arena.
+// Records of thousands of members are decoded and read through slots, so they stay small and cheap
+// to destroy.
 //
 // An item view is the borrowed counterpart: it reads any container's item, including arrays that
 // keep their values elsewhere, so that copying and comparing are written once for every kind of

@@ -2,8 +2,9 @@
 // The base of structures and arrays: a value that holds values and knows the container that owns
 // it. A container takes ownership of a structure or array only if that value is not owned yet (or
 // was built for it) and taking it would not make a value contain itself; otherwise the adding call
-// throws Tm_exception, so an ownership mistake never ends in a double free or a cycle. Otherwise an
-// add_member_and_own call owns the value even when it fails, and frees it.
+// throws Tm_exception and leaves the value to its owner, so an ownership mistake never ends in a
+// double free or a cycle. Any other failure of add_member_and_own (a null or foreign value, a
+// refused name or index) still takes the value, and frees it.
 
 #include "tm/Tm_slot.h"
 #include "tm/Tm_value.h"

@@ -158,14 +158,17 @@ TEST(TmWireTest, DecodedValuesOutliveTheBytesAndSurviveCopies) {
   EXPECT_TRUE(copy.equals(message));
 }
 
-// A message whose group 1 has one member "a", an array holding arrays `depth` levels deep.
+// Hand-made pieces of messages: a request with no name and the catalog off; a group with no
+// members; a group whose only member, "a", is an array, which is to follow.
+const Bytes kHead = {0x96, 0x01, 0x00, 0xa0, 0xc2};
+const Bytes kEmptyGroup = {0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x00, 0xc4, 0x00};
+const Bytes kGroupWithArrayA = {0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0d, 0x93, 0x00, 0xc4, 0x00};
+
+// A message whose member "a" is an array holding arrays `depth` levels deep.
 Bytes nested_arrays(int depth) {
-  const Bytes head = {0x96, 0x01, 0x00, 0xa0, 0xc2};
-  const Bytes empty_group = {0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x00, 0xc4, 0x00};
-  const Bytes group_with_a = {0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0d, 0x93, 0x00, 0xc4, 0x00};
   const Bytes array_of_one_array = {0x93, 0xc4, 0x01, 0x0d, 0xc4, 0x00};
   const Bytes empty_array = {0x92, 0xc4, 0x00, 0xc4, 0x00};
-  return head + empty_group + group_with_a + repeat(array_of_one_array, depth - 1) + empty_array;
+  return kHead + kEmptyGroup + kGroupWithArrayA + repeat(array_of_one_array, depth - 1) + empty_array;
 }
 
 TEST(TmWireTest, NestingIsLimitedBothWays) {
@@ -191,9 +194,7 @@ TEST(TmWireTest, NestingIsLimitedBothWays) {
 }
 
 TEST(TmWireTest, MalformedLayoutsAreNamed) {
-  const Bytes head = {0x96, 0x01, 0x00, 0xa0, 0xc2};
-  const Bytes empty_group = {0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x00, 0xc4, 0x00};
-  const Bytes valid = head + empty_group + empty_group;
+  const Bytes valid = kHead + kEmptyGroup + kEmptyGroup;
   ASSERT_EQ(decode_outcome(valid), "ok");
 
   EXPECT_EQ(decode_outcome({}), "wire: truncated message");
@@ -207,39 +208,34 @@ TEST(TmWireTest, MalformedLayoutsAreNamed) {
   EXPECT_EQ(decode_outcome(with_room({0x96, 0x01, 0x00, 0xc0})), "wire: expected the request name (text), found nil");
   EXPECT_EQ(decode_outcome({0xdd, 0xff, 0xff, 0xff, 0xff}),
             "wire: an array declares 4294967295 items, more than the message's bytes can hold");
-  EXPECT_EQ(decode_outcome(with_room(head + Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x07, 0x00})),
+
+  // Names and shapes.
+  EXPECT_EQ(decode_outcome(with_room(kHead + Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x07, 0x00})),
             "wire: shape 0 refers to name 7 outside the name table (size 1)");
-  EXPECT_EQ(decode_outcome(with_room(head + Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x2a})),
+  EXPECT_EQ(decode_outcome(with_room(kHead + Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x2a})),
             "wire: shape 0 has unknown value type 42");
-  EXPECT_EQ(decode_outcome(with_room(head + Bytes{0x94, 0xc0, 0x92, 0xa1, 'a', 0xa1, 'a'})),
+  EXPECT_EQ(decode_outcome(with_room(kHead + Bytes{0x94, 0xc0, 0x92, 0xa1, 'a', 0xa1, 'a'})),
             "wire: the group lists the name 'a' twice");
-  EXPECT_EQ(decode_outcome(with_room(head + Bytes{0x94, 0x02, 0x91, 0xa1, 'a', 0x90})),
+  EXPECT_EQ(decode_outcome(with_room(kHead + Bytes{0x94, 0x02, 0x91, 0xa1, 'a', 0x90})),
             "wire: catalog size 2 exceeds the name table (size 1)");
-  // Member "a" of type bool, whose row says 2.
-  EXPECT_EQ(decode_outcome(
-                with_room(head + empty_group +
-                          Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x09, 0x92, 0x00, 0xc4, 0x01, 0x02})),
-            "wire: a bool is 0 or 1, found 2");
-  // Member "a" of type string, given as a binary.
-  EXPECT_EQ(decode_outcome(with_room(
-                head + empty_group +
-                Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0a, 0x93, 0x00, 0xc4, 0x00, 0xc4, 0x00})),
-            "wire: expected a string value, found a binary");
-  // Member "a" of type array, given as a map.
-  EXPECT_EQ(decode_outcome(
-                with_room(head + empty_group +
-                          Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0d, 0x93, 0x00, 0xc4, 0x00, 0x80})),
-            "wire: expected an array value, found a map");
-  // Member "a" of type array, whose item types list an unknown type.
-  EXPECT_EQ(decode_outcome(with_room(head + empty_group +
-                                     Bytes{0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0d, 0x93, 0x00, 0xc4, 0x00, 0x92,
-                                           0xc4, 0x01, 0x13, 0xc4, 0x00})),
-            "wire: array item 0 has unknown value type 19");
-  EXPECT_EQ(decode_outcome(with_room(head + empty_group + Bytes{0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x01})),
+  EXPECT_EQ(decode_outcome(with_room(kHead + kEmptyGroup + Bytes{0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x01})),
             "wire: shape 1 outside the shape table (size 1)");
+
+  // Values: a row of the wrong size, a bool of 2, a value of the wrong kind, an unknown item type.
+  EXPECT_EQ(decode_outcome(
+                with_room(kHead + kEmptyGroup + Bytes{0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x00, 0xc4, 0x01, 0x00})),
+            "wire: row size 1, expected 0");
+  const Bytes group_with_bool_a = {0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x09, 0x92, 0x00};
+  EXPECT_EQ(decode_outcome(with_room(kHead + kEmptyGroup + group_with_bool_a + Bytes{0xc4, 0x01, 0x02})),
+            "wire: a bool is 0 or 1, found 2");
+  const Bytes group_with_string_a = {0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0x0a, 0x93, 0x00, 0xc4, 0x00};
+  EXPECT_EQ(decode_outcome(with_room(kHead + kEmptyGroup + group_with_string_a + Bytes{0xc4, 0x00})),
+            "wire: expected a string value, found a binary");
+  EXPECT_EQ(decode_outcome(with_room(kHead + kEmptyGroup + kGroupWithArrayA + Bytes{0x80})),
+            "wire: expected an array value, found a map");
   EXPECT_EQ(
-      decode_outcome(with_room(head + empty_group + Bytes{0x94, 0xc0, 0x90, 0x91, 0x90, 0x92, 0x00, 0xc4, 0x01, 0x00})),
-      "wire: row size 1, expected 0");
+      decode_outcome(with_room(kHead + kEmptyGroup + kGroupWithArrayA + Bytes{0x92, 0xc4, 0x01, 0x13, 0xc4, 0x00})),
+      "wire: array item 0 has unknown value type 19");
 }
 
 TEST(TmWireTest, EveryTruncationIsRefused) {
