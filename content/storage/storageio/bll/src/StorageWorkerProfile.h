@@ -1,5 +1,5 @@
 #pragma once
-// CStorageWorkerProfile: an access specification that storage workers use (request size,
+// CStorageWorkerProfile: the access spec that storage workers use (request size,
 // read/write and random/sequential mix, pacing, alignment). A child of the project. It reaches a
 // port through the active workers that use it; at each apply it sorts the ports it touches into
 // created, modified, deleted and unchanged, and the protocol sends it accordingly. The profile
