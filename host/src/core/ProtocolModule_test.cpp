@@ -54,7 +54,7 @@ class ProtocolModuleTest : public ::testing::Test {
   std::vector<FakeProtocol*> registered;
 };
 
-TEST_F(ProtocolModuleTest, RegisteringTwiceIsHarmlessButANameIsTakenOnce) {
+TEST_F(ProtocolModuleTest, ANameIsTakenOnceAndStartOrderIsCategoryThenProtocolPriorityThenRegistration) {
   FakeProtocol storage("storage");
   FakeProtocol impostor("storage");
   Register({&storage, &storage});
@@ -68,9 +68,7 @@ TEST_F(ProtocolModuleTest, RegisteringTwiceIsHarmlessButANameIsTakenOnce) {
   module.UnregisterProtocol(&storage);
   EXPECT_EQ(module.FindProtocol("storage"), nullptr);
   module.UnregisterProtocol(&storage);  // unknown by now: ignored
-}
 
-TEST_F(ProtocolModuleTest, StartOrderIsCategoryThenProtocolPriorityThenRegistration) {
   FakeProtocol late("late", 2, 0);
   FakeProtocol second("second", 1, 5);
   FakeProtocol firstA("firstA", 1, 1);

@@ -19,7 +19,7 @@ class ExceptionsTest : public ::testing::Test {
   std::shared_ptr<MemorySink> memory_ = std::make_shared<MemorySink>();
 };
 
-TEST_F(ExceptionsTest, WritesToHostLogOnlyWhenAsked) {
+TEST_F(ExceptionsTest, EveryKindIsAKelExceptionWithItsTextAndLogsOnlyWhenAsked) {
   const CKelRunTimeError quiet("quiet failure");
   // Keeps the expected error line off the terminal.
   ::testing::internal::CaptureStderr();
@@ -27,17 +27,12 @@ TEST_F(ExceptionsTest, WritesToHostLogOnlyWhenAsked) {
   ::testing::internal::GetCapturedStderr();
 
   EXPECT_FALSE(memory_->Contains("kel.host", "quiet failure"));
-  EXPECT_EQ(memory_->Messages("kel.host", LOG_LEVEL_ERROR),
-            (std::vector<std::string>{"logged failure"}));
-}
+  EXPECT_EQ(memory_->Messages("kel.host", LOG_LEVEL_ERROR), (std::vector<std::string>{"logged failure"}));
 
-TEST_F(ExceptionsTest, EveryKindIsCaughtAsKelExceptionWithItsText) {
-  try {
-    throw CKelLogicError("bad model");
-  } catch (const CKelException& error) {
-    EXPECT_STREQ(error.what(), "bad model");
-    EXPECT_EQ(error.GetMessage(), "bad model");
-  }
+  const CKelException& error = logged;
+  EXPECT_STREQ(error.what(), "logged failure");
+  EXPECT_EQ(error.GetMessage(), "logged failure");
+  EXPECT_THROW(throw CKelLogicError("x"), CKelException);
   EXPECT_THROW(throw CCommandErrorException("x"), CKelException);
   EXPECT_THROW(throw CKelRunTimeError("x"), std::exception);
 }

@@ -10,10 +10,13 @@
 #include <thread>
 #include <vector>
 
+#include "../testsupport/HostTestSupport.h"
 #include "kel/framework/Exceptions.h"
 
 namespace kel::framework {
 namespace {
+
+using test::ThrownText;
 
 // Every test logs through the one process-wide factory, under a logger name of its own, into a
 // MemorySink it removes again.
@@ -29,57 +32,45 @@ class LoggerTest : public ::testing::Test {
   std::shared_ptr<MemorySink> memory_ = std::make_shared<MemorySink>();
 };
 
-TEST_F(LoggerTest, SameNameGivesSameLogger) {
-  BLLLogger* first = Logger("same");
-  EXPECT_EQ(first, Logger("same"));
-  EXPECT_NE(first, Logger("other"));
-  EXPECT_EQ(first->GetName(), "test.logger.same");
-}
-
 TEST_F(LoggerTest, EnablingFollowsSeverityNotLevelNumber) {
+  EXPECT_EQ(Logger("same"), Logger("same"));
+  EXPECT_NE(Logger("same"), Logger("other"));
   // A logger no earlier run of this test has changed, to see the default threshold: info.
   static int runs = 0;
   BLLLogger* logger = Logger("severity." + std::to_string(++runs));
   EXPECT_FALSE(logger->IsEnabledFor(LOG_LEVEL_DEBUG));
   EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_INFO));
-  EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_WARN));
-  EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_ERROR));
 
   // Warning has the highest number, yet error is more severe.
   logger->SetLevel(LOG_LEVEL_WARN);
   EXPECT_FALSE(logger->IsEnabledFor(LOG_LEVEL_INFO));
   EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_WARN));
   EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_ERROR));
-
   logger->SetLevel(LOG_LEVEL_ERROR);
   EXPECT_FALSE(logger->IsEnabledFor(LOG_LEVEL_WARN));
   EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_ERROR));
 
-  logger->SetLevel(LOG_LEVEL_DEBUG);
-  EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_DEBUG));
-}
-
-TEST_F(LoggerTest, UnknownLevelsAreRejected) {
-  BLLLogger* logger = Logger("unknown");
   const auto bogus = static_cast<LogLevelType>(7);
   EXPECT_FALSE(logger->IsEnabledFor(bogus));
-  try {
-    logger->SetLevel(bogus);
-    FAIL() << "expected CKelLogicError";
-  } catch (const CKelLogicError& error) {
-    EXPECT_STREQ(error.what(), "Unknown log level 7");
-  }
-  EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_INFO));
+  EXPECT_EQ(ThrownText<CKelLogicError>([&] { logger->SetLevel(bogus); }), "Unknown log level 7");
+  EXPECT_TRUE(logger->IsEnabledFor(LOG_LEVEL_ERROR));
+  EXPECT_FALSE(logger->IsEnabledFor(LOG_LEVEL_WARN)) << "a refused level leaves the threshold";
   EXPECT_THROW(BLLLoggerFactory::GetInstance().SetStderrThreshold(bogus), CKelLogicError);
+  EXPECT_THROW(LogLevelName(static_cast<LogLevelType>(0)), CKelLogicError);
 }
 
-TEST_F(LoggerTest, WritesOnlyEnabledLevels) {
+TEST_F(LoggerTest, WritesOnlyEnabledLevelsToEverySinkOnce) {
+  auto extra = std::make_shared<MemorySink>();
+  BLLLoggerFactory& factory = BLLLoggerFactory::GetInstance();
+  factory.AddSink(extra);
+  factory.AddSink(extra);
+  EXPECT_THROW(factory.AddSink(nullptr), CKelLogicError);
   BLLLogger* logger = Logger("enabled");
   logger->SetLevel(LOG_LEVEL_WARN);
   ::testing::internal::CaptureStderr();  // keeps the expected lines off the terminal
-  logger->Debug("debug", __FILE__, __LINE__);
   logger->Info("info", __FILE__, __LINE__);
   logger->Warn("warn", "source.cpp", 12);
+  factory.RemoveSink(extra);
   logger->Error("error", nullptr, 0);
   ::testing::internal::GetCapturedStderr();
 
@@ -92,121 +83,69 @@ TEST_F(LoggerTest, WritesOnlyEnabledLevels) {
   EXPECT_EQ(records[0].line, 12);
   EXPECT_EQ(records[1].level, LOG_LEVEL_ERROR);
   EXPECT_EQ(records[1].file, "");
+  EXPECT_EQ(extra->Messages("test.logger.enabled"), std::vector<std::string>{"warn"});
 }
 
 TEST_F(LoggerTest, MemorySinkFiltersByLoggerAndLevel) {
   BLLLogger* first = Logger("first");
-  BLLLogger* second = Logger("second");
   first->SetLevel(LOG_LEVEL_DEBUG);
   first->Debug("one", nullptr, 0);
-  second->Info("other", nullptr, 0);
+  Logger("second")->Info("other", nullptr, 0);
   first->Info("two", nullptr, 0);
   first->Debug("three", nullptr, 0);
 
-  EXPECT_EQ(memory_->Messages("test.logger.first"),
-            (std::vector<std::string>{"one", "two", "three"}));
-  EXPECT_EQ(memory_->Messages("test.logger.first", LOG_LEVEL_DEBUG),
-            (std::vector<std::string>{"one", "three"}));
+  EXPECT_EQ(memory_->Messages("test.logger.first"), (std::vector<std::string>{"one", "two", "three"}));
+  EXPECT_EQ(memory_->Messages("test.logger.first", LOG_LEVEL_DEBUG), (std::vector<std::string>{"one", "three"}));
   EXPECT_TRUE(memory_->Contains("test.logger.second", "other"));
   EXPECT_FALSE(memory_->Contains("test.logger.first", "other"));
   EXPECT_FALSE(memory_->Contains("test.logger.first", "tw"));
-
   memory_->Clear();
   EXPECT_TRUE(memory_->Records().empty());
 }
 
-TEST_F(LoggerTest, RemovedSinkGetsNothingAndSinksAreNotDoubled) {
-  auto extra = std::make_shared<MemorySink>();
-  BLLLoggerFactory& factory = BLLLoggerFactory::GetInstance();
-  factory.AddSink(extra);
-  factory.AddSink(extra);
-  Logger("sinks")->Info("while added", nullptr, 0);
-  factory.RemoveSink(extra);
-  Logger("sinks")->Info("after removal", nullptr, 0);
-
-  EXPECT_EQ(extra->Messages("test.logger.sinks"), (std::vector<std::string>{"while added"}));
-  EXPECT_EQ(memory_->Messages("test.logger.sinks").size(), 2u);
-  EXPECT_THROW(factory.AddSink(nullptr), CKelLogicError);
-}
-
 TEST_F(LoggerTest, LogsFromSeveralThreads) {
   BLLLogger* logger = Logger("threads");
-  constexpr int kThreads = 4;
-  constexpr int kMessagesPerThread = 200;
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < 4; ++t) {
     threads.emplace_back([logger] {
-      for (int i = 0; i < kMessagesPerThread; ++i) {
-        logger->Info("message", nullptr, 0);
-      }
+      for (int i = 0; i < 200; ++i) logger->Info("message", nullptr, 0);
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(memory_->Messages("test.logger.threads").size(),
-            static_cast<std::size_t>(kThreads * kMessagesPerThread));
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(memory_->Messages("test.logger.threads").size(), 800u);
 }
 
 TEST_F(LoggerTest, StderrSinkShowsWarningsUnlessLowered) {
   BLLLoggerFactory& factory = BLLLoggerFactory::GetInstance();
   BLLLogger* logger = Logger("stderr");
-
   ::testing::internal::CaptureStderr();
   logger->Info("quiet", nullptr, 0);
   logger->Warn("loud", nullptr, 0);
   factory.SetStderrThreshold(LOG_LEVEL_INFO);
   logger->Info("now shown", nullptr, 0);
   factory.SetStderrThreshold(LOG_LEVEL_WARN);
-  const std::string shown = ::testing::internal::GetCapturedStderr();
-
-  EXPECT_EQ(shown, "WARN test.logger.stderr: loud\nINFO test.logger.stderr: now shown\n");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "WARN test.logger.stderr: loud\nINFO test.logger.stderr: now shown\n");
 }
 
-TEST(LogSinksTest, LevelNamesAndLineFormat) {
-  EXPECT_STREQ(LogLevelName(LOG_LEVEL_DEBUG), "DEBUG");
-  EXPECT_STREQ(LogLevelName(LOG_LEVEL_INFO), "INFO");
-  EXPECT_STREQ(LogLevelName(LOG_LEVEL_WARN), "WARN");
-  EXPECT_STREQ(LogLevelName(LOG_LEVEL_ERROR), "ERROR");
-  EXPECT_THROW(LogLevelName(static_cast<LogLevelType>(0)), CKelLogicError);
-  EXPECT_EQ(FormatLogLine(LogRecord{"kel.host", LOG_LEVEL_ERROR, "disk gone", "f.cpp", 3}),
-            "ERROR kel.host: disk gone");
-}
-
-TEST(LogSinksTest, FileSinkAppendsTimestampedLines) {
+TEST(LogSinksTest, FileSinkAppendsTimestampedLinesAndNamesAPathItCannotOpen) {
   const std::string path = ::testing::TempDir() + "kel_file_sink_test.log";
   std::remove(path.c_str());
-  {
-    FileSink first(path);
-    first.Write(LogRecord{"kel.host", LOG_LEVEL_INFO, "started", "", 0});
-  }
-  {
-    FileSink second(path);
-    second.Write(LogRecord{"kel.port", LOG_LEVEL_WARN, "link down", "", 0});
-  }
+  FileSink(path).Write(LogRecord{"kel.host", LOG_LEVEL_INFO, "started", "", 0});
+  FileSink(path).Write(LogRecord{"kel.port", LOG_LEVEL_DEBUG, "link down", "", 0});
 
   std::ifstream file(path);
   std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) {
-    lines.push_back(line);
-  }
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  std::remove(path.c_str());
   ASSERT_EQ(lines.size(), 2u);
   const std::string timestamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}\.\d{3} )";
-  EXPECT_TRUE(std::regex_match(lines[0], std::regex(timestamp + "INFO kel\\.host: started")))
-      << lines[0];
-  EXPECT_TRUE(std::regex_match(lines[1], std::regex(timestamp + "WARN kel\\.port: link down")))
-      << lines[1];
-  std::remove(path.c_str());
-}
+  EXPECT_TRUE(std::regex_match(lines[0], std::regex(timestamp + "INFO kel\\.host: started"))) << lines[0];
+  EXPECT_TRUE(std::regex_match(lines[1], std::regex(timestamp + "DEBUG kel\\.port: link down"))) << lines[1];
 
-TEST(LogSinksTest, FileSinkNamesAPathItCannotOpen) {
-  const std::string path = "/nonexistent-directory/kel.log";
-  try {
-    FileSink sink(path);
-    FAIL() << "expected CKelRunTimeError";
-  } catch (const CKelRunTimeError& error) {
-    EXPECT_EQ(error.GetMessage(), "Cannot open log file " + path);
-  }
+  EXPECT_EQ(FormatLogLine(LogRecord{"kel.host", LOG_LEVEL_ERROR, "disk gone", "f.cpp", 3}), "ERROR kel.host: disk gone");
+  const std::string unopenable = "/nonexistent-directory/kel.log";
+  EXPECT_EQ(ThrownText<CKelRunTimeError>([&] { FileSink sink(unopenable); }), "Cannot open log file " + unopenable);
 }
 
 }  // namespace

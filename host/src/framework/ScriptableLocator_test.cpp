@@ -45,12 +45,18 @@ class ScriptableLocatorTest : public HostTest {
   CScriptable* root = nullptr;
 };
 
-TEST_F(ScriptableLocatorTest, WalksDepthFirstStrictlyBelowTheRootAndFiltersInactiveObjects) {
+TEST_F(ScriptableLocatorTest, WalksDepthFirstStrictlyBelowTheRootFiltersInactiveObjectsAndAppends) {
   EXPECT_EQ(Find(FILTER_NONE), (Names{"a", "a1", "a1x", "a2", "b", "b1"}));
   EXPECT_EQ(Find(FILTER_INACTIVE_LEAVES), (Names{"a", "a1x", "a2", "b1"}));
   EXPECT_EQ(Find(FILTER_INACTIVE_ROOTS), (Names{"a", "a1", "a2", "b"}));
   EXPECT_EQ(Find(FILTER_INACTIVE_LEAVES | FILTER_INACTIVE_ROOTS), (Names{"a", "a2"}));
   EXPECT_EQ(Find(FILTER_NONE, kTestLeaf), (Names{"a2"}));
+
+  ScriptableVec found{root};
+  CScriptableLocator::Instance().GetObjectsEx(found, kTestItem, nullptr, FILTER_NONE);
+  CScriptableLocator::Instance().GetObjectsEx(found, kTestLeaf, root, FILTER_NONE);
+  ASSERT_EQ(found.size(), 2u) << "appends to the output and finds nothing below null";
+  EXPECT_EQ(found[1]->GetName(), "a2");
 }
 
 TEST_F(ScriptableLocatorTest, InactiveRootHidesEverythingOnlyWhenRootsAreFiltered) {
@@ -58,15 +64,6 @@ TEST_F(ScriptableLocatorTest, InactiveRootHidesEverythingOnlyWhenRootsAreFiltere
   EXPECT_EQ(Find(FILTER_INACTIVE_ROOTS), Names{});
   EXPECT_EQ(Find(FILTER_INACTIVE_LEAVES), (Names{"a", "a1x", "a2", "b1"}));
   EXPECT_EQ(Find(FILTER_NONE).size(), 6u);
-}
-
-TEST_F(ScriptableLocatorTest, AppendsToOutputAndFindsNothingBelowNull) {
-  ScriptableVec found{root};
-  CScriptableLocator::Instance().GetObjectsEx(found, kTestItem, nullptr, FILTER_NONE);
-  CScriptableLocator::Instance().GetObjectsEx(found, kTestLeaf, root, FILTER_NONE);
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[0], root);
-  EXPECT_EQ(found[1]->GetName(), "a2");
 }
 
 }  // namespace

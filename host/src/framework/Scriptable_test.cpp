@@ -15,20 +15,19 @@ using ::testing::HasSubstr;
 
 class ScriptableTest : public HostTest {
  protected:
-  static std::vector<Handle> Related(const CScriptable& object, RelationType type) {
+  // The objects one of the relation getters gives, as handles.
+  using Getter = void (CScriptable::*)(ScriptableVec&, ClassId, RelationType) const;
+  static std::vector<Handle> Related(const CScriptable& object, RelationType type,
+                                     Getter getter = &CScriptable::GetObjects) {
     ScriptableVec out;
-    object.GetObjects(out, 0, type);
+    (object.*getter)(out, 0, type);
     return Handles(out);
   }
   static std::vector<Handle> Added(const CScriptable& object, RelationType type) {
-    ScriptableVec out;
-    object.GetAddedObjects(out, 0, type);
-    return Handles(out);
+    return Related(object, type, &CScriptable::GetAddedObjects);
   }
   static std::vector<Handle> Removed(const CScriptable& object, RelationType type) {
-    ScriptableVec out;
-    object.GetRemovedObjects(out, 0, type);
-    return Handles(out);
+    return Related(object, type, &CScriptable::GetRemovedObjects);
   }
 
   CHandleRegistry& registry = CHandleRegistry::Instance();
@@ -42,38 +41,23 @@ struct ChangeRecorder {
 
 // ---- States and hooks ----
 
-TEST_F(ScriptableTest, NewObjectIsCreatedWithDefaultsAndInitialisedOnce) {
-  CTestItem& item = MakeItem();
-  EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_CREATED);
-  EXPECT_EQ(item.initCalls, 1);
-  EXPECT_EQ(item.GetParent(), &project());
-  EXPECT_EQ(registry.Find(item.GetHandle()), &item);
-  EXPECT_EQ(item.GetU32(kCount), 7u);
-  EXPECT_EQ(item.GetString(kLabel), "none");
-  EXPECT_TRUE(item.GetActive());
-
-  item.Set(kCount, 8u);
-  EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_CREATED) << "a new object stays new until committed";
-}
-
 TEST_F(ScriptableTest, OnlyARealChangeDirtiesTheObjectAndReachesDelegates) {
   CTestItem& item = MakeItem();
+  EXPECT_EQ(item.initCalls, 1);
+  item.Set(kCount, 8u);
+  EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_CREATED) << "a new object stays new until committed";
+  item.Set(kCount, 7u);
   ChangeRecorder recorder;
   const PropertyChangeDelegate delegate(MakeDelegate(&recorder, &ChangeRecorder::OnChange));
   item.RegisterPropertyChangeDelegate(kCount, delegate);
   item.Commit();
 
-  item.Set(kCount, 7u);  // the default: no change
-  item.Set(kRatio, 2.0);
-  EXPECT_TRUE(recorder.seen.empty());
-  EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_MODIFIED);
-
-  item.Commit();
-  item.Set(kCount, 7u);
+  item.Set(kCount, 7u);  // the value it has: no change
   EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_CLEAN);
   item.Set(kCount, 9u);
   EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_MODIFIED);
-  EXPECT_EQ(recorder.seen, std::vector<std::uint32_t>{9u});
+  item.Set(kRatio, 2.0);
+  EXPECT_EQ(recorder.seen, std::vector<std::uint32_t>{9u}) << "only its own property reaches a delegate";
 
   item.UnregisterPropertyChangeDelegate(kCount, delegate);
   item.Set(kCount, 10u);
@@ -82,7 +66,6 @@ TEST_F(ScriptableTest, OnlyARealChangeDirtiesTheObjectAndReachesDelegates) {
 
 TEST_F(ScriptableTest, ActivatedStateTracksTheFlagSinceTheLastCommit) {
   CTestItem& item = MakeItem();
-  EXPECT_EQ(item.GetActivatedState(), 0);
   item.Set(prop::Active, false);
   EXPECT_EQ(item.GetActivatedState(), 1);
   item.Set(prop::Active, true);
@@ -90,7 +73,6 @@ TEST_F(ScriptableTest, ActivatedStateTracksTheFlagSinceTheLastCommit) {
   item.Set(prop::Active, false);
   item.Commit();
   EXPECT_EQ(item.GetActivatedState(), 0);
-  EXPECT_EQ(item.GetObjectState(), CScriptable::STATE_CLEAN);
 }
 
 TEST_F(ScriptableTest, RelationChangesReachBothEndsEachFromItsOwnSide) {
@@ -152,7 +134,6 @@ TEST_F(ScriptableTest, DeleteDestroysTheWholeSubtreeAtOnce) {
 
   EXPECT_EQ(registry.FindIncludingDeleted(itemHandle), nullptr);
   EXPECT_EQ(registry.FindIncludingDeleted(leafHandle), nullptr);
-  EXPECT_EQ(CScriptable::PendingDeletedCount(), 0u);
   EXPECT_EQ(MarkDeleteCalls().size(), 3u);
 }
 
@@ -239,7 +220,7 @@ TEST_F(ScriptableTest, SetObjectsReplacesOrExtendsTheRelation) {
 
 // ---- Properties ----
 
-TEST_F(ScriptableTest, TypedAccessRejectsWrongTypesUnknownIdsAndReadOnlyProperties) {
+TEST_F(ScriptableTest, TypedAndNamedAccessRejectWrongTypesUnknownPropertiesAndReadOnlyOnes) {
   CTestItem& item = MakeItem();
   const Handle handle = item.GetHandle();
 
@@ -249,22 +230,16 @@ TEST_F(ScriptableTest, TypedAccessRejectsWrongTypesUnknownIdsAndReadOnlyProperti
               AllOf(HasSubstr("Count"), HasSubstr("TestItem"), HasSubstr("not string")));
   EXPECT_THAT(ThrownText<CKelLogicError>([&] { item.GetU16(kDepth); }),
               AllOf(HasSubstr("0x7e002001"), HasSubstr("TestItem")));
-  EXPECT_THAT(ThrownText<CKelLogicError>([&] { item.Set(kDepth, static_cast<unsigned short>(1)); }),
-              AllOf(HasSubstr("0x7e002001"), HasSubstr("TestItem")));
   EXPECT_THAT(ThrownText<CKelLogicError>([&] { item.Set(prop::Handle, handle + 1); }),
               AllOf(HasSubstr("Handle"), HasSubstr("read-only")));
   EXPECT_THAT(ThrownText<CKelLogicError>([&] { item.Set("Handle", std::to_string(handle + 1)); }),
               HasSubstr("read-only"));
   EXPECT_EQ(item.GetHandle(), handle);
-}
 
-TEST_F(ScriptableTest, SetByNameParsesTextAndNamesWhatWasWrong) {
-  CTestItem& item = MakeItem();
   item.Set("Count", "0x10");
   item.Set("Total", "18446744073709551615");
   EXPECT_EQ(item.GetU32(kCount), 16u);
   EXPECT_EQ(item.Get("Total"), "18446744073709551615");
-
   EXPECT_THAT(ThrownText<CKelRunTimeError>([&] { item.Set("Count", "many"); }),
               AllOf(HasSubstr("Count"), HasSubstr(item.GetName()), HasSubstr("'many' is not an unsigned 32-bit")));
   EXPECT_EQ(item.GetU32(kCount), 16u);
@@ -277,7 +252,6 @@ TEST_F(ScriptableTest, ResetDefaultsKeepsNameHandleAndHostMaintainedValues) {
   CTestItem& item = MakeItem();
   item.Set(prop::Name, "mine");
   item.Set(kCount, 1u);
-  item.Set(kLabel, "changed");
   item.Set(prop::Active, false);
   auto& port = Make<core::CPort>(framework::classid::Port);
   port.SetOnline(true);
@@ -288,7 +262,6 @@ TEST_F(ScriptableTest, ResetDefaultsKeepsNameHandleAndHostMaintainedValues) {
 
   EXPECT_EQ(item.GetName(), "mine");
   EXPECT_EQ(item.GetU32(kCount), 7u);
-  EXPECT_EQ(item.GetString(kLabel), "none");
   EXPECT_TRUE(item.GetActive());
   EXPECT_FALSE(port.GetBool(core::prop::ReservedForTesting));
   EXPECT_TRUE(port.IsOnline()) << "the port monitor's verdict is not a setting";
@@ -301,13 +274,9 @@ TEST_F(ScriptableTest, ClassChecksFollowTheClassChain) {
   CTestItem& leaf = Make<CTestItem>(kTestLeaf, &item);
   CScriptable& config = Make(kTestConfig, &item);
 
-  EXPECT_TRUE(leaf.IsTypeOf(kTestLeaf));
-  EXPECT_TRUE(leaf.IsTypeOf(kTestItem));
   EXPECT_TRUE(leaf.IsTypeOf(framework::classid::Scriptable));
   EXPECT_FALSE(item.IsTypeOf(kTestLeaf));
   EXPECT_FALSE(leaf.IsTypeOf(framework::classid::Port));
-  EXPECT_TRUE(config.IsTypeOf(framework::classid::ProtocolConfig));
-  EXPECT_EQ(leaf.GetU16(kDepth), 3u);
   EXPECT_EQ(leaf.GetDouble(kRatio), 0.5) << "inherited property with its default";
 
   ScriptableVec items;
@@ -336,7 +305,7 @@ TEST_F(ScriptableTest, ProtocolConfigsFollowTheirDeviceActiveFlagPlainChildrenDo
 
 // ---- Cloning ----
 
-TEST_F(ScriptableTest, CloneCopiesPropertiesChildrenAndOtherRelations) {
+TEST_F(ScriptableTest, CloneCopiesPropertiesChildrenAndOtherRelationsButNeverBelowItself) {
   CTestItem& source = MakeItem();
   source.Set(kCount, 3u);
   source.Set(prop::Active, false);
@@ -350,9 +319,7 @@ TEST_F(ScriptableTest, CloneCopiesPropertiesChildrenAndOtherRelations) {
   auto* copy = dynamic_cast<CTestItem*>(source.Clone(&target));
 
   ASSERT_NE(copy, nullptr);
-  EXPECT_EQ(copy->GetClassId(), kTestItem);
   EXPECT_EQ(copy->GetParent(), &target);
-  EXPECT_NE(copy->GetHandle(), source.GetHandle());
   EXPECT_NE(copy->GetName(), source.GetName());
   EXPECT_EQ(copy->GetU32(kCount), 3u);
   EXPECT_FALSE(copy->GetActive());
@@ -364,15 +331,10 @@ TEST_F(ScriptableTest, CloneCopiesPropertiesChildrenAndOtherRelations) {
   EXPECT_EQ(children[0]->GetU16(kDepth), 9u);
   EXPECT_EQ(Related(*copy, kTestLink), Handles({&peer}));
   EXPECT_EQ(Related(source, kTestLink), Handles({&peer}));
-}
 
-TEST_F(ScriptableTest, CloneBelowItselfIsRefused) {
-  CTestItem& source = MakeItem();
-  CTestItem& child = MakeItem(&source);
   const std::size_t objects = registry.Size();
-
   EXPECT_THAT(ThrownText<CKelLogicError>([&] { source.Clone(&source); }), HasSubstr(source.GetName()));
-  EXPECT_THAT(ThrownText<CKelLogicError>([&] { source.Clone(&child); }), HasSubstr("below itself"));
+  EXPECT_THAT(ThrownText<CKelLogicError>([&] { source.Clone(&leaf); }), HasSubstr("below itself"));
   EXPECT_EQ(registry.Size(), objects);
 }
 

@@ -8,11 +8,14 @@
 #include <thread>
 #include <vector>
 
+#include "../testsupport/HostTestSupport.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/Logger.h"
 
 namespace kel::framework {
 namespace {
+
+using test::ThrownText;
 
 class TaskManagerTest : public ::testing::Test {
  protected:
@@ -38,28 +41,19 @@ class TaskManagerTest : public ::testing::Test {
   std::vector<std::string> trace;
 };
 
-// --- CtmYield -----------------------------------------------------------------------------------
-
-TEST_F(TaskManagerTest, IdleYieldsJumpVirtualTime) {
-  for (int i = 0; i < 1500; ++i) {
-    tm.CtmYield(5000, nullptr, false);
-  }
+TEST_F(TaskManagerTest, IdleYieldsJumpVirtualTimeAndAReplyEndsTheYieldLoop) {
+  for (int i = 0; i < 1500; ++i) tm.CtmYield(5000, nullptr, false);
   EXPECT_EQ(tm.NowMs(), 7'500'000);
-}
 
-TEST_F(TaskManagerTest, ReplyEndsYieldLoopWhenItArrives) {
   bool replied = false;
   tm.PostAfter(12'000, [&] { replied = true; }, EventKind::Reply);
   int yields = 0;
-  while (!replied) {
-    tm.CtmYield(5000, nullptr, false);
-    ++yields;
-  }
+  for (; !replied; ++yields) tm.CtmYield(5000, nullptr, false);
   EXPECT_EQ(yields, 3);
-  EXPECT_EQ(tm.NowMs(), 12'000);
+  EXPECT_EQ(tm.NowMs(), 7'512'000);
 }
 
-TEST_F(TaskManagerTest, OnlyReplyDeliveredInsideYieldEndsIt) {
+TEST_F(TaskManagerTest, OnlyAReplyDeliveredInsideAYieldEndsIt) {
   Record(1000, "work");
   Record(2000, "notification", EventKind::Notification);
   Record(5000, "reply due at the end", EventKind::Reply);
@@ -67,77 +61,51 @@ TEST_F(TaskManagerTest, OnlyReplyDeliveredInsideYieldEndsIt) {
   EXPECT_EQ(trace, (std::vector<std::string>{"work", "notification", "reply due at the end"}));
   EXPECT_EQ(tm.NowMs(), 5000);
 
-  // The reply above belonged to the finished yield; it does not cut the next one short.
   tm.CtmYield(1000, nullptr, false);
-  EXPECT_EQ(tm.NowMs(), 6000);
+  EXPECT_EQ(tm.NowMs(), 6000) << "the earlier reply does not cut the next yield short";
 }
 
-TEST_F(TaskManagerTest, ReplyInNestedYieldEndsOuterYieldToo) {
+TEST_F(TaskManagerTest, NestedYieldsEndTheOuterYield) {
   std::int64_t innerEndedAt = -1;
   tm.PostAfter(1000, [&] {
     tm.CtmYield(10'000, nullptr, false);
     innerEndedAt = tm.NowMs();
   });
   Record(2000, "reply", EventKind::Reply);
-  Record(3000, "later");
-
+  const EventId later = Record(3000, "later");
   tm.CtmYield(5000, nullptr, false);
-
-  EXPECT_EQ(innerEndedAt, 2000);
+  EXPECT_EQ(innerEndedAt, 2000) << "a reply in the inner yield ends both";
   EXPECT_EQ(tm.NowMs(), 2000);
   EXPECT_EQ(trace, std::vector<std::string>{"reply"});
-}
 
-TEST_F(TaskManagerTest, NestedYieldOutlastingOuterEndsOuterWithoutFurtherDelivery) {
+  ASSERT_TRUE(tm.Cancel(later));
   tm.PostAfter(500, [&] {
     tm.CtmYield(5000, nullptr, false);
     Record(tm.NowMs(), "posted after inner yield");
   });
-
   tm.CtmYield(1000, nullptr, false);
-
-  EXPECT_EQ(tm.NowMs(), 5500);
-  EXPECT_TRUE(trace.empty());
+  EXPECT_EQ(tm.NowMs(), 7500) << "an inner yield outlasting the outer ends it without further delivery";
+  EXPECT_EQ(trace, std::vector<std::string>{"reply"});
   EXPECT_EQ(tm.PendingCount(), 1u);
 }
 
-// --- Ordering, cancelling, running --------------------------------------------------------------
-
-TEST_F(TaskManagerTest, DeliversByDueTimeThenFifo) {
+TEST_F(TaskManagerTest, DeliversByDueTimeThenFifoAndCancelRemovesOnlyQueuedEvents) {
   Record(100, "a");
-  Record(100, "b");
+  const EventId cancelled = Record(100, "cancelled");
   Record(50, "c");
   Record(100, "d");
-  Record(0, "e");
-  tm.RunUntilIdle();
-  EXPECT_EQ(trace, (std::vector<std::string>{"e", "c", "a", "b", "d"}));
-  EXPECT_EQ(tm.NowMs(), 100);
-}
-
-TEST_F(TaskManagerTest, CancelRemovesOnlyQueuedEvents) {
-  const EventId ran = Record(0, "ran");
-  const EventId cancelled = Record(10, "cancelled");
-  Record(20, "kept");
+  const EventId ran = Record(0, "e");
   ASSERT_TRUE(tm.RunOne());
-
   EXPECT_FALSE(tm.Cancel(ran));
   EXPECT_TRUE(tm.Cancel(cancelled));
   EXPECT_FALSE(tm.Cancel(cancelled));
   EXPECT_FALSE(tm.Cancel(9'999'999));
-  EXPECT_EQ(tm.PendingCount(), 1u);
-
-  tm.RunUntilIdle();
-  EXPECT_EQ(trace, (std::vector<std::string>{"ran", "kept"}));
-}
-
-TEST_F(TaskManagerTest, RunOneWaitsForNothingAndRunForStopsAtItsEnd) {
-  Record(100, "inside");
-  Record(1001, "outside");
-  EXPECT_FALSE(tm.RunOne());
+  EXPECT_FALSE(tm.RunOne()) << "nothing is due yet";
   EXPECT_EQ(tm.NowMs(), 0);
 
+  Record(1001, "outside");
   tm.RunFor(1000);
-  EXPECT_EQ(trace, std::vector<std::string>{"inside"});
+  EXPECT_EQ(trace, (std::vector<std::string>{"e", "c", "a", "d"}));
   EXPECT_EQ(tm.NowMs(), 1000);
   EXPECT_EQ(tm.PendingCount(), 1u);
 }
@@ -160,9 +128,7 @@ TEST_F(TaskManagerTest, ResetDropsEventsObserversAndVirtualTime) {
   EXPECT_EQ(turns, 0);
 }
 
-// --- Failures -----------------------------------------------------------------------------------
-
-TEST_F(TaskManagerTest, ThrowingEventIsLoggedAndLoopGoesOn) {
+TEST_F(TaskManagerTest, ThrowingEventsAreLoggedAndBadArgumentsNamed) {
   tm.Post([] { throw std::runtime_error("disk gone"); });
   tm.Post([] { throw 42; });
   Record(0, "next");
@@ -171,22 +137,12 @@ TEST_F(TaskManagerTest, ThrowingEventIsLoggedAndLoopGoesOn) {
   EXPECT_EQ(log->Messages("kel.host", LOG_LEVEL_ERROR),
             (std::vector<std::string>{"Exception in event loop: disk gone",
                                       "Exception in event loop: unknown exception"}));
-}
 
-TEST_F(TaskManagerTest, BadArgumentsAreRejectedWithTheirName) {
   EXPECT_THROW(tm.PostFromAnyThread(nullptr, EventKind::Work), CKelLogicError);
-  try {
-    tm.PostAfter(-5, [] {});
-    FAIL() << "negative delay accepted";
-  } catch (const CKelLogicError& e) {
-    EXPECT_STREQ(e.what(), "PostAfter: the delay must not be negative (got -5)");
-  }
-  try {
-    tm.CtmYield(-1, nullptr, false);
-    FAIL() << "negative yield accepted";
-  } catch (const CKelLogicError& e) {
-    EXPECT_STREQ(e.what(), "CtmYield: the time to yield must not be negative (got -1)");
-  }
+  EXPECT_EQ(ThrownText<CKelLogicError>([&] { tm.PostAfter(-5, [] {}); }),
+            "PostAfter: the delay must not be negative (got -5)");
+  EXPECT_EQ(ThrownText<CKelLogicError>([&] { tm.CtmYield(-1, nullptr, false); }),
+            "CtmYield: the time to yield must not be negative (got -1)");
   EXPECT_EQ(tm.PendingCount(), 0u);
 }
 
@@ -199,54 +155,37 @@ TEST_F(TaskManagerTest, ClockModeChangesOnlyWithEmptyQueue) {
   EXPECT_EQ(tm.GetClockMode(), CTaskManager::ClockMode::Real);
 }
 
-// --- Turn observers -----------------------------------------------------------------------------
-
-TEST_F(TaskManagerTest, ObserversRunAfterEachEventInRegistrationOrder) {
-  tm.AddTurnObserver([&] { trace.push_back("first observer"); });
-  tm.AddTurnObserver([&] { trace.push_back("second observer"); });
-  Record(0, "a");
-  Record(10, "b");
-  tm.CtmYield(100, nullptr, false);
-  EXPECT_EQ(trace, (std::vector<std::string>{"a", "first observer", "second observer", "b",
-                                             "first observer", "second observer"}));
-}
-
-TEST_F(TaskManagerTest, ObserverRemovedDuringTurnIsNotCalledAgain) {
-  int selfRemoving = 0;
-  int removedByOther = 0;
+TEST_F(TaskManagerTest, ObserversRunAfterEachEventInOrderUntilRemoved) {
   int selfId = 0;
   int otherId = 0;
   selfId = tm.AddTurnObserver([&] {
-    ++selfRemoving;
+    trace.push_back("self-removing");
     tm.RemoveTurnObserver(selfId);
     tm.RemoveTurnObserver(otherId);
   });
-  otherId = tm.AddTurnObserver([&] { ++removedByOther; });
+  otherId = tm.AddTurnObserver([&] { trace.push_back("removed by the first"); });
+  tm.AddTurnObserver([&] { trace.push_back("last"); });
   tm.AddTurnObserver([] { throw std::runtime_error("observer failed"); });
   Record(0, "a");
-  Record(0, "b");
-  tm.RunUntilIdle();
-  EXPECT_EQ(selfRemoving, 1);
-  EXPECT_EQ(removedByOther, 0);
+  Record(10, "b");
+  tm.CtmYield(100, nullptr, false);
+  EXPECT_EQ(trace, (std::vector<std::string>{"a", "self-removing", "last", "b", "last"}));
   EXPECT_EQ(log->Messages("kel.host").size(), 2u);
 }
-
-// --- Other threads and the real clock -----------------------------------------------------------
 
 TEST_F(TaskManagerTest, InboxIsQueuedAtCurrentTimeAfterEarlierPosts) {
   tm.RunFor(700);
   Record(700, "posted on loop");
   std::thread([this] {
-    tm.PostFromAnyThread(
-        [this] { trace.push_back("from thread at " + std::to_string(tm.NowMs())); },
-        EventKind::Notification);
+    tm.PostFromAnyThread([this] { trace.push_back("from thread at " + std::to_string(tm.NowMs())); },
+                         EventKind::Notification);
   }).join();
   EXPECT_EQ(tm.PendingCount(), 2u);
   tm.RunUntilIdle();
   EXPECT_EQ(trace, (std::vector<std::string>{"posted on loop", "from thread at 700"}));
 }
 
-TEST_F(TaskManagerTest, RealClockYieldIsWokenByOtherThread) {
+TEST_F(TaskManagerTest, RealClockYieldIsWokenByOtherThreadAndWaitsForTimedEvents) {
   tm.SetClockMode(CTaskManager::ClockMode::Real);
   const std::thread::id loopThread = std::this_thread::get_id();
   std::thread::id deliveredOn;
@@ -257,10 +196,7 @@ TEST_F(TaskManagerTest, RealClockYieldIsWokenByOtherThread) {
   tm.CtmYield(60'000, nullptr, false);
   transport.join();
   EXPECT_EQ(deliveredOn, loopThread);
-}
 
-TEST_F(TaskManagerTest, RealClockWaitsForTimedEvents) {
-  tm.SetClockMode(CTaskManager::ClockMode::Real);
   const std::int64_t start = tm.NowMs();
   std::int64_t ranAt = 0;
   tm.PostAfter(20, [&] { ranAt = tm.NowMs(); });

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <exception>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,26 +54,26 @@ struct RelationChange {
   bool added;
   bool operator==(const RelationChange& o) const { return type == o.type && other == o.other && added == o.added; }
 };
-void PrintTo(const RelationChange& change, std::ostream* os);
 
-class CTestItem : public CScriptable {
+// A Base that records its OnMarkDelete calls in MarkDeleteCalls.
+template <class Base>
+class CMarkDeleteRecorder : public Base {
+ public:
+  bool OnMarkDelete() override {
+    MarkDeleteCalls().push_back(this->GetHandle());
+    return true;
+  }
+};
+using CTestConfig = CMarkDeleteRecorder<core::CProtocolConfig>;
+using CTestResult = CMarkDeleteRecorder<CResult>;
+
+class CTestItem : public CMarkDeleteRecorder<CScriptable> {
  public:
   int initCalls = 0;
   std::vector<RelationChange> relationChanges;
 
   bool OnInit() override;
-  bool OnMarkDelete() override;
   void OnRelationModified(RelationType type, CScriptable& other, bool added) override;
-};
-
-class CTestConfig : public core::CProtocolConfig {
- public:
-  bool OnMarkDelete() override;
-};
-
-class CTestResult : public CResult {
- public:
-  bool OnMarkDelete() override;
 };
 
 // A command whose validation and run the test decides; it records every state it moves to.

@@ -48,9 +48,7 @@ class CRefusingItem : public CTestItem {
 };
 
 template <class T>
-CScriptable* MakeObject() {
-  return new T();
-}
+CScriptable* MakeObject() { return new T(); }
 CScriptable* MakeNothing() { throw CKelLogicError("TestThrowingMaker cannot be made"); }
 void DestroyObject(CScriptable* object) { delete object; }
 
@@ -61,33 +59,13 @@ std::vector<Handle>& MarkDeleteCalls() {
   return calls;
 }
 
-void PrintTo(const RelationChange& change, std::ostream* os) {
-  *os << "{relation " << change.type.GetId() << (change.type.IsForward() ? " forward" : " backward") << ", other "
-      << change.other << (change.added ? ", added}" : ", removed}");
-}
-
 bool CTestItem::OnInit() {
   ++initCalls;
   return true;
 }
 
-bool CTestItem::OnMarkDelete() {
-  MarkDeleteCalls().push_back(GetHandle());
-  return true;
-}
-
 void CTestItem::OnRelationModified(RelationType type, CScriptable& other, bool added) {
   relationChanges.push_back({type, other.GetHandle(), added});
-}
-
-bool CTestConfig::OnMarkDelete() {
-  MarkDeleteCalls().push_back(GetHandle());
-  return true;
-}
-
-bool CTestResult::OnMarkDelete() {
-  MarkDeleteCalls().push_back(GetHandle());
-  return true;
 }
 
 bool CTestCommand::DoRun() {
@@ -101,7 +79,7 @@ void CTestCommand::OnRunnableStateChange(State from, State to) {
 }
 
 void LoadTestDataModel() {
-  static const bool loaded = [] {
+  [[maybe_unused]] static const bool loaded = [] {
     CMetaClass::InitMakeDestroyFuncs(kTestItem, MakeObject<CTestItem>, DestroyObject);
     CMetaClass::InitMakeDestroyFuncs(kTestLeaf, MakeObject<CTestItem>, DestroyObject);
     CMetaClass::InitMakeDestroyFuncs(kTestConfig, MakeObject<CTestConfig>, DestroyObject);
@@ -116,7 +94,6 @@ void LoadTestDataModel() {
     if (!errors.empty()) throw CKelLogicError(errors.front());
     return true;
   }();
-  (void)loaded;
 }
 
 void HostTest::SetUp() {
