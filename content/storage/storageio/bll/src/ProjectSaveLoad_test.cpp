@@ -23,20 +23,19 @@ class ProjectSaveLoadTest : public StorageIOApplyTest {
     StorageIOApplyTest::TearDown();
   }
 
+  static ScriptableVec Objects(framework::ClassId classId) {
+    ScriptableVec objects;
+    framework::CScriptableLocator::Instance().GetObjectsEx(objects, classId, &project(), framework::FILTER_NONE);
+    return objects;
+  }
+  static std::size_t Count(framework::ClassId classId) { return Objects(classId).size(); }
   // The project's object of that class and name; null when there is none.
   template <class T>
   static T* Find(framework::ClassId classId, const std::string& name) {
-    ScriptableVec objects;
-    framework::CScriptableLocator::Instance().GetObjectsEx(objects, classId, &project(), framework::FILTER_NONE);
-    for (CScriptable* object : objects) {
+    for (CScriptable* object : Objects(classId)) {
       if (object->GetName() == name) return dynamic_cast<T*>(object);
     }
     return nullptr;
-  }
-  static std::size_t Count(framework::ClassId classId) {
-    ScriptableVec objects;
-    framework::CScriptableLocator::Instance().GetObjectsEx(objects, classId, &project(), framework::FILTER_NONE);
-    return objects.size();
   }
 
   std::string m_path = ::testing::TempDir() + "storageio_project_test.yaml";
@@ -58,11 +57,10 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
   framework::CProjectStore::Save(m_path);
   framework::CProjectStore::Load(m_path);
 
-  EXPECT_EQ(2u, Count(core::CPort::CLASS_ID()));
-  EXPECT_EQ(2u, Count(framework::classid::EmulatedDevice));
-  EXPECT_EQ(2u, Count(CStorageWorkerConfig::CLASS_ID()));
-  EXPECT_EQ(2u, Count(CStorageWorkerProfile::CLASS_ID()));
-  EXPECT_EQ(2u, Count(CStorageDiscoveredTargets::CLASS_ID()));
+  for (framework::ClassId id : {core::CPort::CLASS_ID(), framework::classid::EmulatedDevice, CStorageWorkerConfig::CLASS_ID(),
+                                CStorageWorkerProfile::CLASS_ID(), CStorageDiscoveredTargets::CLASS_ID()}) {
+    EXPECT_EQ(2u, Count(id)) << std::hex << id;
+  }
   auto* loadedPort = Find<core::CPort>(core::CPort::CLASS_ID(), "Port A");
   auto* loadedFirst = Find<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), "First");
   auto* loadedSecond = Find<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), "Second");

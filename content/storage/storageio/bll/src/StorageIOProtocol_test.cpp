@@ -13,18 +13,25 @@ namespace {
 using framework::CProject;
 using framework::ScriptableVec;
 
-class StorageIOProtocolTest : public StorageIOTest {};
+class StorageIOProtocolTest : public StorageIOTest {
+ protected:
+  static std::size_t ProjectProfileCount() {
+    ScriptableVec profiles;
+    CProject::Instance().GetObjects(profiles, CStorageWorkerProfile::CLASS_ID());
+    return profiles.size();
+  }
+  // A profile made under the project as a loaded project makes it: named, then load completed.
+  static CStorageWorkerProfile* LoadProfile(const std::string& name) {
+    auto* loaded = static_cast<CStorageWorkerProfile*>(
+        framework::CScriptableCreator().Create(CStorageWorkerProfile::CLASS_ID(), &CProject::Instance()));
+    loaded->Set(framework::prop::Name, name);
+    loaded->OnLoadCompleted();
+    return loaded;
+  }
+};
 
-ScriptableVec ProjectProfiles() {
-  ScriptableVec profiles;
-  CProject::Instance().GetObjects(profiles, CStorageWorkerProfile::CLASS_ID());
-  return profiles;
-}
-
-TEST_F(StorageIOProtocolTest, AnswersItsIdentityAndTrivialHooks) {
+TEST_F(StorageIOProtocolTest, AnswersItsIdentity) {
   CStorageIOProtocol* protocol = CStorageIOProtocol::Instance();
-  EXPECT_EQ(protocol, CStorageIOProtocol::Instance());
-  EXPECT_EQ(0u, protocol->GetId());
   EXPECT_EQ("StorageIO", protocol->GetName());
   EXPECT_EQ("Switching", protocol->GetCategory());
   EXPECT_EQ("Storage", protocol->GetGroupName());
@@ -32,56 +39,33 @@ TEST_F(StorageIOProtocolTest, AnswersItsIdentityAndTrivialHooks) {
   EXPECT_EQ(0x86002000u, protocol->GetManagedClassId());
   EXPECT_EQ(1, protocol->GetCategoryStartPriority());
   EXPECT_EQ(5, protocol->GetProtocolStartPriority());
-  EXPECT_EQ(3, protocol->GetProtocolTransmitOSILayer());
-  EXPECT_EQ(3, protocol->GetProtocolOperationOSILayer());
-  EXPECT_TRUE(protocol->GetManagedProtocolConfigType().empty());
-  EXPECT_EQ(nullptr, protocol->GetStateSubscriptionHandler());
-  EXPECT_TRUE(protocol->AddToStateSubscription(nullptr));
-  EXPECT_TRUE(protocol->RemoveFromStateSubscription(nullptr));
 }
 
-TEST_F(StorageIOProtocolTest, MakesTheDefaultProfileOnceUnderTheProject) {
-  CStorageWorkerProfile* profile = CStorageIOProtocol::Instance()->GetDefaultProfile();
-  ASSERT_NE(nullptr, profile);
-  EXPECT_EQ("DefaultLoadProfile", profile->GetName());
-  EXPECT_TRUE(profile->GetBool(0x8600100b));
-  EXPECT_EQ(&CProject::Instance(), profile->GetParent());
-  EXPECT_EQ(profile, CStorageIOProtocol::Instance()->GetDefaultProfile());
-  EXPECT_EQ(1u, ProjectProfiles().size());
-}
-
-TEST_F(StorageIOProtocolTest, TakesAnyProfileAsDefaultWithoutChecking) {
-  auto* other = static_cast<CStorageWorkerProfile*>(
-      framework::CScriptableCreator().Create(CStorageWorkerProfile::CLASS_ID(), &CProject::Instance()));
-  CStorageIOProtocol::Instance()->SetDefaultProfile(other);
-  EXPECT_EQ(other, CStorageIOProtocol::Instance()->GetDefaultProfile());
-  EXPECT_NE("DefaultLoadProfile", other->GetName());
-  EXPECT_EQ(1u, ProjectProfiles().size());
-}
-
-TEST_F(StorageIOProtocolTest, DeletingTheDefaultProfileMakesANewOneOnDemand) {
+TEST_F(StorageIOProtocolTest, KeepsOneDefaultProfileUnderTheProjectAndRemakesItWhenDeleted) {
   CStorageWorkerProfile* first = CStorageIOProtocol::Instance()->GetDefaultProfile();
+  ASSERT_NE(nullptr, first);
+  EXPECT_EQ("DefaultLoadProfile", first->GetName());
+  EXPECT_TRUE(first->GetBool(0x8600100b));
+  EXPECT_EQ(&CProject::Instance(), first->GetParent());
+  EXPECT_EQ(first, CStorageIOProtocol::Instance()->GetDefaultProfile());
+
   first->MarkDelete(true, true);
   CStorageWorkerProfile* second = CStorageIOProtocol::Instance()->GetDefaultProfile();
   EXPECT_NE(first, second);
   EXPECT_EQ("DefaultLoadProfile", second->GetName());
-  EXPECT_EQ(1u, ProjectProfiles().size());
+  EXPECT_EQ(1u, ProjectProfileCount());
+
+  // Any profile is taken as the default without checking.
+  CStorageWorkerProfile* other = LoadProfile("Profile A");
+  EXPECT_NE(other, CStorageIOProtocol::Instance()->GetDefaultProfile()) << "only the name makes a loaded default";
+  CStorageIOProtocol::Instance()->SetDefaultProfile(other);
+  EXPECT_EQ(other, CStorageIOProtocol::Instance()->GetDefaultProfile());
 }
 
 TEST_F(StorageIOProtocolTest, ALoadedProfileNamedDefaultLoadProfileBecomesTheDefault) {
-  auto* loaded = static_cast<CStorageWorkerProfile*>(
-      framework::CScriptableCreator().Create(CStorageWorkerProfile::CLASS_ID(), &CProject::Instance()));
-  loaded->Set(framework::prop::Name, std::string("Profile A"));
-  loaded->OnLoadCompleted();
-  EXPECT_NE(loaded, CStorageIOProtocol::Instance()->GetDefaultProfile()) << "only the name makes a default";
-
-  framework::CKelSystem::Instance().ResetProject();
-  loaded = static_cast<CStorageWorkerProfile*>(
-      framework::CScriptableCreator().Create(CStorageWorkerProfile::CLASS_ID(), &CProject::Instance()));
-  loaded->Set(framework::prop::Name, std::string("DefaultLoadProfile"));
-  loaded->OnLoadCompleted();
+  CStorageWorkerProfile* loaded = LoadProfile("DefaultLoadProfile");
   EXPECT_EQ(loaded, CStorageIOProtocol::Instance()->GetDefaultProfile());
-  EXPECT_EQ(1u, ProjectProfiles().size());
+  EXPECT_EQ(1u, ProjectProfileCount());
 }
 
 TEST_F(StorageIOProtocolTest, DeleteInstanceTwiceIsHarmlessAndInstanceBuildsAFreshOne) {
@@ -93,11 +77,9 @@ TEST_F(StorageIOProtocolTest, DeleteInstanceTwiceIsHarmlessAndInstanceBuildsAFre
   EXPECT_EQ(nullptr, core::CProtocolModule::Instance().FindProtocol("StorageIO")) << "a destroyed protocol leaves the module";
 
   CStorageIOProtocol* fresh = CStorageIOProtocol::Instance();
-  core::CProtocolModule::Instance().RegisterProtocol(fresh);
-  EXPECT_EQ(fresh, core::CProtocolModule::Instance().FindProtocol("StorageIO"));
   // The fresh protocol knows no default profile yet, so it makes another one.
   EXPECT_NE(firstDefault, fresh->GetDefaultProfile());
-  EXPECT_EQ(2u, ProjectProfiles().size());
+  EXPECT_EQ(2u, ProjectProfileCount());
 }
 
 TEST_F(StorageIOProtocolTest, LogCommandFailedErrorAlwaysThrowsAnEmptyCommandError) {

@@ -60,6 +60,21 @@ TEST_F(StorageWorkerProfileTest, AProfileLeavesAPortThatNoActiveWorkerOfItUses) 
   UseProfile(b1, profile);
   Apply();
 
+  // A deactivated profile leaves every port, and returns to them when activated again.
+  profile.Set(framework::prop::Active, false);
+  ApplyAfresh();
+  for (core::CPort* port : {&portA, &portB}) {
+    ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs"}), Sent(*port)) << port->GetName();
+    EXPECT_EQ(Handles{profile.GetHandle()}, DeletedHandlesOf(Request(*port, 0)));
+  }
+  EXPECT_TRUE(profile.portHndSet.empty());
+  ApplyAfresh();
+  EXPECT_TRUE(NothingSent()) << "the deactivation was committed";
+  profile.Set(framework::prop::Active, true);
+  ApplyAfresh();
+  EXPECT_EQ((Names{"BST_1.AddAccessSpecs"}), Sent(portA));
+  EXPECT_EQ((Names{"BST_1.AddAccessSpecs"}), Sent(portB));
+
   // B's worker takes the default profile: the port swaps access specs, deletes first.
   CStorageWorkerProfile& standard = *protocol().GetDefaultProfile();
   UseProfile(b1, standard);
@@ -78,13 +93,21 @@ TEST_F(StorageWorkerProfileTest, AProfileLeavesAPortThatNoActiveWorkerOfItUses) 
   EXPECT_EQ(Handles{profile.GetHandle()}, DeletedHandlesOf(Request(portA, 0)));
   EXPECT_TRUE(profile.portHndSet.empty());
   EXPECT_TRUE(Sent(portB).empty()) << "B's worker was committed with its new profile";
-
   ApplyAfresh();
   EXPECT_TRUE(NothingSent());
-
   a1.Set(framework::prop::Active, true);
   ApplyAfresh();
   EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.UpdateWorkers"}), Sent(portA));
+
+  // A deleted profile is deleted from its ports.
+  const framework::Handle deleted = profile.GetHandle();
+  UseProfile(a1, standard);
+  profile.MarkDelete(true, true);
+  ApplyAfresh();
+  ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs", "BST_1.AddAccessSpecs", "BST_1.UpdateWorkers"}), Sent(portA));
+  EXPECT_EQ(Handles{deleted}, DeletedHandlesOf(Request(portA, 0)));
+  ApplyAfresh();
+  EXPECT_TRUE(NothingSent());
 }
 
 TEST_F(StorageWorkerProfileTest, AWorkerMovedToAnotherPortTakesItsProfileAlong) {
@@ -108,31 +131,6 @@ TEST_F(StorageWorkerProfileTest, AWorkerMovedToAnotherPortTakesItsProfileAlong) 
 
   ApplyAfresh();
   EXPECT_TRUE(NothingSent());
-}
-
-TEST_F(StorageWorkerProfileTest, ADeactivatedProfileLeavesEveryPortAndReturnsWhenActivated) {
-  core::CPort& portA = MakePort("Port A");
-  core::CPort& portB = MakePort("Port B");
-  CStorageWorkerProfile& profile = MakeProfile("Mixed");
-  UseProfile(MakeWorker(portA, "A1"), profile);
-  UseProfile(MakeWorker(portB, "B1"), profile);
-  Apply();
-
-  profile.Set(framework::prop::Active, false);
-  ApplyAfresh();
-  for (core::CPort* port : {&portA, &portB}) {
-    ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs"}), Sent(*port)) << port->GetName();
-    EXPECT_EQ(Handles{profile.GetHandle()}, DeletedHandlesOf(Request(*port, 0)));
-  }
-  EXPECT_TRUE(profile.portHndSet.empty());
-
-  ApplyAfresh();
-  EXPECT_TRUE(NothingSent()) << "the deactivation was committed";
-
-  profile.Set(framework::prop::Active, true);
-  ApplyAfresh();
-  EXPECT_EQ((Names{"BST_1.AddAccessSpecs"}), Sent(portA));
-  EXPECT_EQ((Names{"BST_1.AddAccessSpecs"}), Sent(portB));
 }
 
 TEST_F(StorageWorkerProfileTest, APortNotEligibleIsNeverReportedAndKeepsItsHandleUntilTheProfileGoes) {
@@ -171,24 +169,6 @@ TEST_F(StorageWorkerProfileTest, APortNotEligibleIsNeverReportedAndKeepsItsHandl
   ApplyAfresh();
   EXPECT_TRUE(Sent(spare).empty());
   EXPECT_TRUE(profile.portHndSet.empty());
-}
-
-TEST_F(StorageWorkerProfileTest, ADeletedProfileIsDeletedFromItsPorts) {
-  core::CPort& port = MakePort("Port A");
-  CStorageWorkerProfile& profile = MakeProfile("Mixed");
-  CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
-  UseProfile(worker, profile);
-  Apply();
-
-  const framework::Handle deleted = profile.GetHandle();
-  UseProfile(worker, *protocol().GetDefaultProfile());
-  profile.MarkDelete(true, true);
-  ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs", "BST_1.AddAccessSpecs", "BST_1.UpdateWorkers"}), Sent(port));
-  EXPECT_EQ(Handles{deleted}, DeletedHandlesOf(Request(port, 0)));
-
-  ApplyAfresh();
-  EXPECT_TRUE(NothingSent());
 }
 
 TEST_F(StorageWorkerProfileTest, ABrokenModelFailsWithTheAssertionTexts) {
