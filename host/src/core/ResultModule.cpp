@@ -119,16 +119,20 @@ void CResultModule::Unwatch(unsigned subscriptionId, const std::vector<Handle>& 
 
 void CResultModule::OnResultChange(const framework::CScriptable& result, framework::ResultChange change) {
   CResultModule& module = Instance();
+  CTaskManager& loop = CTaskManager::Instance();
+  const bool turnQueued = module.m_publishTurn != 0 && loop.IsPending(module.m_publishTurn);
+  const Handle handle = result.GetHandle();
+  // A result's values are set one property after the other: once the object is recorded for the
+  // queued turn, its further changes add nothing.
+  if (turnQueued && change == framework::ResultChange::Changed && handle == module.m_lastChanged) return;
   module.m_changedClasses.insert(result.GetClassId());
   if (change == framework::ResultChange::Deleted) {
-    module.m_deletedObjects.insert(result.GetHandle());
+    module.m_deletedObjects.insert(handle);
   } else {
-    module.m_changedObjects.insert(result.GetHandle());
+    module.m_changedObjects.insert(handle);
+    module.m_lastChanged = handle;
   }
-  CTaskManager& loop = CTaskManager::Instance();
-  if (module.m_publishTurn == 0 || !loop.IsPending(module.m_publishTurn)) {
-    module.m_publishTurn = loop.Post([] { Instance().PublishChanges(); });
-  }
+  if (!turnQueued) module.m_publishTurn = loop.Post([] { Instance().PublishChanges(); });
 }
 
 void CResultModule::PublishChanges() {
@@ -151,6 +155,7 @@ void CResultModule::PublishChanges() {
   m_changedClasses.clear();
   m_changedObjects.clear();
   m_deletedObjects.clear();
+  m_lastChanged = 0;
   DeliverPending();
 }
 

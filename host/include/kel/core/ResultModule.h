@@ -85,6 +85,7 @@ class CResultModule {
   std::set<framework::ClassId> m_changedClasses;      // result classes touched this turn
   std::set<framework::Handle> m_changedObjects;       // result objects changed this turn
   std::set<framework::Handle> m_deletedObjects;       // result objects deleted this turn
+  framework::Handle m_lastChanged = 0;                // the object m_changedObjects got last
   framework::EventId m_publishTurn = 0;  // the queued publishing turn, if any
 };
 

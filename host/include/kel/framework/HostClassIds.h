@@ -15,6 +15,7 @@ constexpr ClassId Result = 0x11000;
 constexpr ClassId EmulatedDevice = 0x1006000;
 constexpr ClassId ProtocolConfig = 0x1030000;
 constexpr ClassId ApplyToILCommand = 0x1031000;
+constexpr ClassId ClearResultsCommand = 0x1032000;
 constexpr ClassId Port = 0x1058000;
 }  // namespace classid
 }  // namespace framework

@@ -10,9 +10,7 @@
 
 #include <gmock/gmock.h>
 
-#include "StorageDiscoveredTargetResults.h"
 #include "StoragePortResults.h"
-#include "StorageProfileResults.h"
 #include "StorageProjectResults.h"
 #include "StorageWorkerResults.h"
 #include "kel/core/ResultModule.h"

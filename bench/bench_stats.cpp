@@ -1,0 +1,142 @@
+// Statistics intake during a storage test: one "BST_1.TestResultsNotification" with the records of
+// 1,000 workers (100 devices on one port, ten workers each, spread over 10 profiles) and of their
+// 10,000 targets, handed to the protocol's StatsHandler: worker and target results written, then
+// rolled up into profile, port and project results. Speed is counted in records (11,000 per
+// notification); it must reach 1 million records per second on one core.
+//
+// Two notifications with different figures are built with the port side's codec before timing,
+// and a first one makes the result objects: the loop alternates them, so every value changes at
+// every notification, as in the steady state of a running test. The plug-in is
+// registered as the host registers it, so the result module observes every result change as it
+// does in the host; its publishing turn runs between iterations, untimed.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "StorageDiscoveredTargets.h"
+#include "StorageIOIds.h"
+#include "StorageIOProtocol.h"
+#include "StorageWorkerConfig.h"
+#include "StorageWorkerProfile.h"
+#include "kel/core/EmulatedDevice.h"
+#include "kel/core/Port.h"
+#include "kel/core/ProtocolModule.h"
+#include "kel/framework/HostClassIds.h"
+#include "kel/framework/KelSystem.h"
+#include "kel/framework/Project.h"
+#include "kel/framework/ScriptableCreator.h"
+#include "kel/framework/TaskManager.h"
+#include "msg/BST_1.h"
+
+extern "C" int PluginRegister();
+
+namespace {
+
+using kel::framework::CScriptable;
+using kel::framework::CScriptableCreator;
+using kel::storageio::CStorageIOProtocol;
+
+constexpr int kDevices = 100;
+constexpr int kWorkersPerDevice = 10;
+constexpr int kProfiles = 10;
+constexpr int kTargetsPerWorker = 10;
+
+template <class T>
+T* Make(kel::framework::ClassId classId, CScriptable* parent) {
+  return static_cast<T*>(CScriptableCreator().Create(classId, parent));
+}
+
+bst_1_bll::StorageBaseResults_s RecordFor(const CScriptable& object, unsigned long scale) {
+  bst_1_bll::StorageBaseResults_s record;
+  record.Result.BllHandle = object.GetHandle();
+  record.BytesRead = 4096 * scale;
+  record.BytesWritten = 2048 * scale;
+  record.ReadTransactionCount = scale;
+  record.WriteTransactionCount = scale;
+  record.AllTransactionCount = 2 * scale;
+  record.AvgLatency = 0.5 * static_cast<double>(scale);
+  record.MaxLatency = 1.5 * static_cast<double>(scale);
+  record.AvgMBps = 12.0 * static_cast<double>(scale);
+  return record;
+}
+
+// A fresh project as described above; returns two successive notifications of its port.
+std::vector<Message> BuildTest() {
+  kel::framework::CKelSystem::Instance().ResetProject();
+  CStorageIOProtocol::DeleteInstance();
+  kel::core::CProtocolModule::Instance().RegisterProtocol(CStorageIOProtocol::Instance());
+  kel::framework::CProject& project = kel::framework::CProject::Instance();
+  const kel::framework::RelationType toProfile(kel::storageio::kWorkerToProfile);
+  const kel::framework::RelationType toTarget(kel::storageio::kWorkerToTarget);
+
+  auto* port = Make<kel::core::CPort>(kel::framework::classid::Port, &project);
+  port->Set(kel::core::prop::ReservedForTesting, true);
+  std::vector<kel::storageio::CStorageWorkerProfile*> profiles{CStorageIOProtocol::Instance()->GetDefaultProfile()};
+  while (profiles.size() < kProfiles) {
+    profiles.push_back(Make<kel::storageio::CStorageWorkerProfile>(kel::storageio::CStorageWorkerProfile::CLASS_ID(),
+                                                                    &project));
+  }
+
+  std::vector<const CScriptable*> workers;
+  std::vector<const CScriptable*> targets;
+  for (int d = 0; d < kDevices; ++d) {
+    auto* device = Make<kel::core::CEmulatedDevice>(kel::framework::classid::EmulatedDevice, &project);
+    device->SetPort(port);
+    for (int w = 0; w < kWorkersPerDevice; ++w) {
+      auto* worker =
+          Make<kel::storageio::CStorageWorkerConfig>(kel::storageio::CStorageWorkerConfig::CLASS_ID(), device);
+      const std::size_t profile = workers.size() % kProfiles;
+      if (profile != 0) {  // every worker starts on the default profile
+        worker->RemoveObject(*profiles[0], toProfile);
+        worker->AddObject(*profiles[profile], toProfile);
+      }
+      workers.push_back(worker);
+      for (int t = 0; t < kTargetsPerWorker; ++t) {
+        auto* target = Make<kel::storageio::CStorageDiscoveredTargets>(
+            kel::storageio::CStorageDiscoveredTargets::CLASS_ID(), worker);
+        worker->AddObject(*target, toTarget);
+        targets.push_back(target);
+      }
+    }
+  }
+  std::vector<Message> notifications(2);
+  for (unsigned long round = 0; round < notifications.size(); ++round) {
+    std::vector<bst_1_bll::StorageWorkerResults_s> workerRecords;
+    for (const CScriptable* worker : workers) workerRecords.push_back({RecordFor(*worker, round + 1)});
+    std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targetRecords;
+    for (const CScriptable* target : targets) targetRecords.push_back({RecordFor(*target, round + 1), "PhysicalDrive"});
+    BST_1_port::create_notify_TestResultsNotification(&notifications[round], workerRecords, targetRecords, true);
+  }
+  return notifications;
+}
+
+void BM_StatsHandler(benchmark::State& state) {
+  static const int registered = PluginRegister();
+  (void)registered;
+  kel::framework::CTaskManager& tasks = kel::framework::CTaskManager::Instance();
+  tasks.Reset();
+  tasks.SetClockMode(kel::framework::CTaskManager::ClockMode::Virtual);
+  std::vector<Message> notifications = BuildTest();
+  CStorageIOProtocol& protocol = *CStorageIOProtocol::Instance();
+  protocol.StatsHandler(0, &notifications[1], nullptr);
+  tasks.RunUntilIdle();
+
+  const std::int64_t records = kDevices * kWorkersPerDevice * (1 + kTargetsPerWorker);
+  std::size_t next = 0;
+  for (auto _ : state) {
+    protocol.StatsHandler(0, &notifications[next], nullptr);
+    next = 1 - next;
+    state.PauseTiming();
+    tasks.RunUntilIdle();
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * records);
+  state.counters["records"] = static_cast<double>(records);
+  kel::framework::CKelSystem::Instance().ResetProject();
+  tasks.Reset();
+}
+
+BENCHMARK(BM_StatsHandler)->Unit(benchmark::kMillisecond);
+
+}  // namespace
