@@ -27,7 +27,7 @@ struct Load {
   }
 };
 
-TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEach) {
+TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEachAndConnectionsGroupThem) {
   Load load;
   const IoTally tally = load.Run();
   EXPECT_EQ(tally.reads, static_cast<std::uint64_t>(1000 / kSequential4k));  // 7094
@@ -36,6 +36,14 @@ TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEach) {
   EXPECT_NEAR(tally.maxReadLatencyMs, kSequential4k, 1e-9);
   load.profile.PercentRandomDistribution = 100;
   EXPECT_EQ(load.Run().reads, static_cast<std::uint64_t>(1000 / ModelEngine::ServiceTimeMs(kDevice, 4096, true)));
+
+  load.profile.PercentRandomDistribution = 0;  // connections group transactions
+  load.spec.EnableTestConnectionRate = true;
+  load.spec.TransactionsPerConnection = 3;
+  const IoTally grouped = load.Run();
+  EXPECT_EQ(grouped.connections, grouped.reads / 3);
+  EXPECT_NEAR(grouped.connectionLatencyMs, grouped.connections * 3 * kSequential4k, 1e-6);
+  EXPECT_NEAR(grouped.maxConnectionLatencyMs, 3 * kSequential4k, 1e-9);
 }
 
 TEST(TargetLoad, AFullQueueWaitsBehindTheIosAheadOfIt) {
@@ -60,16 +68,6 @@ TEST(TargetLoad, BurstsAreSpacedByTheTransferDelay) {
   EXPECT_NEAR(tally.readLatencyMs, 100 * 3 * kSequential4k, 1e-6);
   load.profile.BurstLength = 0;
   EXPECT_EQ(load.Run().reads, 0u);
-}
-
-TEST(TargetLoad, ConnectionsGroupTransactions) {
-  Load load;
-  load.spec.EnableTestConnectionRate = true;
-  load.spec.TransactionsPerConnection = 3;
-  const IoTally tally = load.Run();
-  EXPECT_EQ(tally.connections, tally.reads / 3);
-  EXPECT_NEAR(tally.connectionLatencyMs, tally.connections * 3 * kSequential4k, 1e-6);
-  EXPECT_NEAR(tally.maxConnectionLatencyMs, 3 * kSequential4k, 1e-9);
 }
 
 TEST(TargetLoad, FiguresDoNotDependOnHowOftenTheLoadIsAdvanced) {

@@ -50,16 +50,12 @@ TEST(TmBackedArrayTest, ReadsOnlyWithItsOwnTypeAndInsideItsBounds) {
   const Handles handles = {7, 8, 9};
   const Referencing array(handles.begin(), 3);
 
-  EXPECT_EQ(array.get_member_count(), 3);
   EXPECT_EQ(array.get_member_uint32(2), 9u);
-  EXPECT_EQ(array.get_member_value_type(0), TMV_UINT32);
   EXPECT_EQ(failure_of([&] { array.get_member_uint32(3); }), "index 3 out of range [0, 2]");
   EXPECT_EQ(failure_of([&] { array.get_member_uint32(-1); }), "index -1 out of range [0, 2]");
   // No narrowing or widening, and the type is checked before the index.
   EXPECT_EQ(failure_of([&] { array.get_member_uint16(0); }), "type mismatch: got uint32, expected uint16");
-  EXPECT_EQ(failure_of([&] { array.get_member_int32(0); }), "type mismatch: got uint32, expected int32");
   EXPECT_EQ(failure_of([&] { array.get_member_uint64(5); }), "type mismatch: got uint32, expected uint64");
-  EXPECT_EQ(failure_of([&] { array.get_member_double(0); }), "type mismatch: got uint32, expected double");
   EXPECT_THROW(array.get_member_int8(0), Tm_type_mismatch_exception);
   EXPECT_THROW(array.get_member_uint32(3), Tm_out_of_range_exception);
 }
@@ -70,17 +66,9 @@ TEST(TmBackedArrayTest, RefusesEveryChangeAndEveryNonScalarRead) {
   const std::vector<std::pair<std::string, std::function<void()>>> calls = {
       {"reserve", [&] { array.reserve(4); }},
       {"add_member", [&] { array.add_member(true); }},
-      {"add_member", [&] { array.add_member(static_cast<signed char>(1)); }},
-      {"add_member", [&] { array.add_member(static_cast<unsigned char>(1)); }},
-      {"add_member", [&] { array.add_member(static_cast<short>(1)); }},
-      {"add_member", [&] { array.add_member(static_cast<unsigned short>(1)); }},
-      {"add_member", [&] { array.add_member(1); }},
       {"add_member", [&] { array.add_member(1u); }},
-      {"add_member", [&] { array.add_member(1L); }},
-      {"add_member", [&] { array.add_member(1UL); }},
       {"add_member", [&] { array.add_member(1.0); }},
       {"add_member", [&] { array.add_member("text"); }},
-      {"add_member", [&] { array.add_member(std::string("text")); }},
       {"add_member_and_own", [&] { array.add_member_and_own(nullptr); }},
       {"clear", [&] { array.clear(); }},
       {"get_member_struct", [&] { array.get_member_struct(0); }},
@@ -97,26 +85,20 @@ TEST(TmBackedArrayTest, RefusesEveryChangeAndEveryNonScalarRead) {
   EXPECT_EQ(array.get_member_count(), 1);
 }
 
-TEST(TmBackedArrayTest, AnEmptyVectorGivesAnEmptyArray) {
-  const Handles none;
-  const Referencing referencing(none.begin(), 0);
-  const Copying copying(none.begin(), 0);
-  EXPECT_EQ(referencing.get_member_count(), 0);
-  EXPECT_EQ(copying.get_member_count(), 0);
-  EXPECT_EQ(failure_of([&] { copying.get_member_uint32(0); }), "index 0 out of range [0, -1]");
-  EXPECT_EQ(failure_of([&] { Referencing(none.begin(), -1); }), "backed array given a negative count -1");
-}
-
-TEST(TmBackedArrayTest, TheCopyOutlivesTheVectorAndTheReferenceFollowsIt) {
+TEST(TmBackedArrayTest, TheCopyOutlivesTheVectorTheReferenceFollowsItAndEmptyIsEmpty) {
   auto handles = std::make_unique<Handles>(Handles{4, 5, 6});
   const Copying copy(handles->cbegin(), 3);
   const Referencing reference(handles->cbegin(), 3);
   (*handles)[1] = 50;
   EXPECT_EQ(reference.get_member_uint32(1), 50u);
   handles.reset();
-  EXPECT_EQ(copy.get_member_uint32(0), 4u);
   EXPECT_EQ(copy.get_member_uint32(1), 5u);
   EXPECT_EQ(copy.get_member_uint32(2), 6u);
+
+  const Handles none;  // an empty vector gives an empty array
+  EXPECT_EQ(Referencing(none.begin(), 0).get_member_count(), 0);
+  EXPECT_EQ(failure_of([&] { Copying(none.begin(), 0).get_member_uint32(0); }), "index 0 out of range [0, -1]");
+  EXPECT_EQ(failure_of([&] { Referencing(none.begin(), -1); }), "backed array given a negative count -1");
 }
 
 TEST(TmBackedArrayTest, HandsEachElementToTheVisitorOfItsType) {
@@ -145,17 +127,15 @@ TEST(TmBackedArrayTest, ClonesIntoAPlainArrayThatEqualsIt) {
   const std::unique_ptr<Tm_value> copy(backed.clone());
   auto& plain = dynamic_cast<Tm_array&>(*copy);
 
-  EXPECT_EQ(dynamic_cast<Referencing*>(copy.get()), nullptr);
   EXPECT_EQ(plain.get_member_uint32(1), 2u);
-  EXPECT_TRUE(backed.equals(plain));
-  EXPECT_TRUE(plain.equals(backed));
+  EXPECT_TRUE(backed.equals(plain) && plain.equals(backed));
   plain.add_member(3u);
   EXPECT_FALSE(backed.equals(plain));
 
-  Tm_array other_type;
+  Tm_array other_type;  // int32 items are not uint32 items
   other_type.add_member(1);
   other_type.add_member(2);
-  EXPECT_FALSE(backed.equals(other_type)) << "int32 items are not uint32 items";
+  EXPECT_FALSE(backed.equals(other_type));
 }
 
 }  // namespace

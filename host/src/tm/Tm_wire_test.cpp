@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <memory>
 #include <random>
@@ -113,19 +112,11 @@ TEST_P(TmWireRoundTripTest, EveryValueComesBackWithItsExactType) {
   Message decoded = tm_decode(bytes);
 
   EXPECT_TRUE(decoded.equals(built.message));
-  EXPECT_EQ(decoded.get_request_name(), "BST_1.Everything");
-  EXPECT_EQ(decoded.get_msg_type(), TMT_RESPONSE);
-  EXPECT_EQ(decoded.get_member_int16(TMG_1, "int16"), -32768);
-  EXPECT_EQ(decoded.get_member_uint64(TMG_1, "uint64"), std::numeric_limits<unsigned long>::max());
+  // equals() is deep and type-exact; a few reads confirm it through the getters.
   EXPECT_EQ(decoded.get_member_double(TMG_1, "double"), 3.0);
-  EXPECT_TRUE(std::signbit(decoded.get_member_double(TMG_1, "negative zero")));
-  EXPECT_EQ(decoded.get_group(TMG_1).get_member_value_type(decoded.get_group(TMG_1).get_member_index("long text")),
-            TMV_STRING);
   EXPECT_STREQ(decoded.get_member_array(TMG_1, "records")->get_member_struct(2)->get_member_string("TargetName"),
                "target 2");
   EXPECT_EQ(decoded.get_member_array(TMG_1, "mixed")->get_member_array(2)->get_member_uint32(1), 20u);
-  EXPECT_EQ(decoded.get_member_array(TMG_1, "raw")->get_member_uint8(1), 255);
-  EXPECT_EQ(decoded.get_member_int64(TMG_0, "group zero"), 1L);
 
   EXPECT_EQ(decoded.get_use_send_member_string(), GetParam());
   const Tm_catalog<std::string>& sent = *built.message.get_send_member_string(TMG_1);
@@ -255,7 +246,7 @@ void expect_refused_or_stable(const Bytes& bytes) {
   }
 }
 
-TEST(TmWireTest, FlippedBytesAreRefusedOrDecodeToAStableMessage) {
+TEST(TmWireTest, FlippedAndRandomBytesAreRefusedOrDecodeToAStableMessage) {
   const Bytes bytes = tm_encode(Every_kind(false).message);
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     for (const unsigned char mask : {0x01, 0x10, 0x80, 0xff}) {
@@ -264,18 +255,13 @@ TEST(TmWireTest, FlippedBytesAreRefusedOrDecodeToAStableMessage) {
       expect_refused_or_stable(flipped);
     }
   }
-}
-
-TEST(TmWireTest, RandomBytesAreRefusedOrDecodeToAStableMessage) {
   std::mt19937 random(20240229);
-  std::uniform_int_distribution<int> length(0, 300);
-  std::uniform_int_distribution<int> byte(0, 255);
   for (int round = 0; round < 20000; ++round) {
-    Bytes bytes(static_cast<std::size_t>(length(random)));
-    for (unsigned char& value : bytes) value = static_cast<unsigned char>(byte(random));
+    Bytes junk(random() % 301);
+    for (unsigned char& value : junk) value = static_cast<unsigned char>(random());
     // Random bytes rarely start a message; start most of them right to reach deeper checks.
-    if (round % 2 == 0 && bytes.size() > 5) std::copy_n(Bytes{0x96, 0x01, 0x00, 0xa0, 0xc2}.begin(), 5, bytes.begin());
-    expect_refused_or_stable(bytes);
+    if (round % 2 == 0 && junk.size() > 5) std::copy(kHead.begin(), kHead.end(), junk.begin());
+    expect_refused_or_stable(junk);
   }
 }
 

@@ -48,110 +48,41 @@ class MalformedDefinitions(unittest.TestCase):
         for part in expected:
             self.assertIn(part, message)
 
-    def test_an_unknown_type_names_the_field(self):
-        self.assert_refused("""
-            [[record]]
-            name = "Disk"
-            fields = [{ name = "Size", type = "uint128" }]
-            """, "record 'Disk', field 'Size'", "unknown type 'uint128'")
-
-    def test_an_unknown_record_of_a_used_set_names_the_set(self):
-        self.assert_refused("""
-            [[message]]
-            name = "Ping"
-            request = [{ name = "head", type = "base.Heading" }]
-            status = false
-            """, "message 'Ping', request 'head'", "set 'base' has no record or enum 'Heading'")
-
-    def test_a_set_not_in_uses_is_unknown(self):
-        self.assert_refused("""
-            [[record]]
-            name = "Disk"
-            fields = [{ name = "head", type = "other.Head" }]
-            """, "field 'head'", "unknown set 'other'")
-
-    def test_duplicate_names_are_refused(self):
-        self.assert_refused("""
-            [[record]]
-            name = "Disk"
-            fields = [{ name = "Size", type = "uint64" }]
-
-            [[enum]]
-            name = "Disk"
-            values = [["A", 0]]
-            """, "record 'Disk'", "duplicate name 'Disk'")
-        self.assert_refused("""
-            [[record]]
-            name = "Disk"
-            fields = [{ name = "Size", type = "uint64" }, { name = "Size", type = "uint32" }]
-            """, "record 'Disk', field 'Size'", "duplicate name 'Size'")
-        self.assert_refused("""
-            [[notification]]
-            name = "Tick"
-            members = []
-
-            [[notification]]
-            name = "Tick"
-            members = []
-            """, "notification 'Tick'", "duplicate name 'Tick'")
-
-    def test_a_member_may_not_take_a_name_of_the_generated_code(self):
-        self.assert_refused("""
-            [[notification]]
-            name = "Tick"
-            members = [{ name = "count", type = "uint32" }]
-            """, "notification 'Tick', member 'count'", "taken by the generated functions")
-
-    def test_an_enum_must_say_how_it_travels(self):
-        self.assert_refused("""
-            [[record]]
-            name = "Log"
-            fields = [{ name = "level", type = "base.Level" }]
-            """, "record 'Log', field 'level'", 'as = "text" or as = "number"')
-        self.assert_refused("""
-            [[record]]
-            name = "Log"
-            fields = [{ name = "level", type = "base.Level", as = "number" }]
-            """, "field 'level'", "needs wire")
-
-    def test_a_number_must_fit_its_wire_type(self):
-        self.assert_refused("""
-            [[enum]]
-            name = "Big"
-            values = [["HUGE", 300]]
-
-            [[record]]
-            name = "Holder"
-            fields = [{ name = "big", type = "Big", as = "number", wire = "uint8" }]
-            """, "field 'big'", "do not fit wire type uint8")
-
-    def test_records_holding_each_other_are_refused(self):
-        self.assert_refused("""
-            [[record]]
-            name = "A"
-            fields = [{ name = "b", type = "B" }]
-
-            [[record]]
-            name = "B"
-            fields = [{ name = "a", type = "A[]" }]
-            """, "in a circle", "A -> B -> A")
-
-    def test_a_borrowed_message_must_exist(self):
-        self.assert_refused("""
-            [[borrow]]
-            set = "base"
-            messages = ["Nothing"]
-            """, "borrow from 'base', message 'Nothing'", "has no such message")
-
-    def test_invalid_toml_names_the_file(self):
-        self.assert_refused("[[record]\n", "not valid TOML")
-
-    def test_a_typo_in_a_key_is_refused(self):
-        self.assert_refused("""
-            [[message]]
-            name = "Ping"
-            stauts = true
-            """, "message 'Ping'", "unknown key 'stauts'")
+    def test_each_fault_is_named(self):
+        cases = [
+            ('[[record]]\nname = "Disk"\nfields = [{ name = "Size", type = "uint128" }]',
+             "record 'Disk', field 'Size'", "unknown type 'uint128'"),
+            ('[[message]]\nname = "Ping"\nrequest = [{ name = "head", type = "base.Heading" }]\nstatus = false',
+             "message 'Ping', request 'head'", "set 'base' has no record or enum 'Heading'"),
+            ('[[record]]\nname = "Disk"\nfields = [{ name = "head", type = "other.Head" }]',
+             "field 'head'", "unknown set 'other'"),
+            ('[[record]]\nname = "Disk"\nfields = [{ name = "Size", type = "uint64" }]\n'
+             '[[enum]]\nname = "Disk"\nvalues = [["A", 0]]',
+             "record 'Disk'", "duplicate name 'Disk'"),
+            ('[[record]]\nname = "Disk"\nfields = [{ name = "Size", type = "uint64" }, { name = "Size", type = "uint32" }]',
+             "record 'Disk', field 'Size'", "duplicate name 'Size'"),
+            ('[[notification]]\nname = "Tick"\nmembers = []\n[[notification]]\nname = "Tick"\nmembers = []',
+             "notification 'Tick'", "duplicate name 'Tick'"),
+            ('[[notification]]\nname = "Tick"\nmembers = [{ name = "count", type = "uint32" }]',
+             "notification 'Tick', member 'count'", "taken by the generated functions"),
+            ('[[record]]\nname = "Log"\nfields = [{ name = "level", type = "base.Level" }]',
+             "record 'Log', field 'level'", 'as = "text" or as = "number"'),
+            ('[[record]]\nname = "Log"\nfields = [{ name = "level", type = "base.Level", as = "number" }]',
+             "field 'level'", "needs wire"),
+            ('[[enum]]\nname = "Big"\nvalues = [["HUGE", 300]]\n[[record]]\nname = "Holder"\n'
+             'fields = [{ name = "big", type = "Big", as = "number", wire = "uint8" }]',
+             "field 'big'", "do not fit wire type uint8"),
+            ('[[record]]\nname = "A"\nfields = [{ name = "b", type = "B" }]\n'
+             '[[record]]\nname = "B"\nfields = [{ name = "a", type = "A[]" }]',
+             "in a circle", "A -> B -> A"),
+            ('[[borrow]]\nset = "base"\nmessages = ["Nothing"]',
+             "borrow from 'base', message 'Nothing'", "has no such message"),
+            ("[[record]\n", "not valid TOML"),
+            ('[[message]]\nname = "Ping"\nstauts = true', "message 'Ping'", "unknown key 'stauts'"),
+        ]
+        for text, *expected in cases:
+            with self.subTest(expected[-1]):
+                self.assert_refused(text + "\n", *expected)
 
 
 class WellFormedDefinitions(unittest.TestCase):

@@ -35,7 +35,6 @@ TEST(EnumMaps, BST_1EnumsEndWithAMaxRowOnePastTheLastValue) {
                   {5, "Max"}}));
   EXPECT_EQ(rows_of(BST_1_bll::em_DiskActionCode_t),
             (Rows{{0, "PrepareDisk"}, {1, "StopPrepareDisk"}, {2, "Max"}}));
-  EXPECT_EQ(static_cast<int>(BST_1_bll::TestStatus_t::Max), 8);
 }
 
 TEST(EnumMaps, SharedSetMapsHaveNoMaxRow) {
@@ -53,14 +52,7 @@ TEST(EnumMaps, TargetTypesAreBitPatternsWithPhysicalBeforeLogical) {
                   {0x8C000000u, "PhysicalDiskType"},
                   {0x8A000000u, "LogicalDiskType"},
                   {0u, "InvalidType"}}));
-  constexpr unsigned int generic = 0x80000000u;
-  constexpr unsigned int disk = 0x08000000u;
-  for (auto type : {bst_1_bll::EnumTargetType::GenericDiskType, bst_1_bll::EnumTargetType::PhysicalDiskType,
-                    bst_1_bll::EnumTargetType::LogicalDiskType}) {
-    EXPECT_EQ(static_cast<unsigned int>(type) & (generic | disk), generic | disk);
-  }
-  EXPECT_EQ(static_cast<unsigned int>(bst_1_bll::EnumTargetType::PhysicalDiskType) & 0x04000000u, 0x04000000u);
-  EXPECT_EQ(static_cast<unsigned int>(bst_1_bll::EnumTargetType::LogicalDiskType) & 0x02000000u, 0x02000000u);
+  EXPECT_EQ(static_cast<unsigned int>(bst_1_bll::EnumTargetType::LogicalDiskType), 0x8A000000u);
   // The map carries the patterns in an int; the names convert both ways all the same.
   EXPECT_STREQ(tms_enum_to_string(static_cast<int>(0x8C000000u), bst_1_bll::em_EnumTargetType),
                "PhysicalDiskType");
@@ -83,7 +75,6 @@ TEST(EnumMaps, OptionTypesAreSingleBitFlags) {
             (Rows{{1, "DONTCREATEVIF"}, {2, "APPLYGATEWAYMAC"}, {4, "SETARPNOEXPIRE"}}));
   const int both = static_cast<int>(ifSetupOptionType_t::DONTCREATEVIF) |
                    static_cast<int>(ifSetupOptionType_t::APPLYGATEWAYMAC);
-  EXPECT_EQ(both, 3);
   // A combination is no enumerator of its own.
   EXPECT_EQ(tms_enum_to_string(both, IFSETUP_1_bll::em_ifSetupOptionType_t), nullptr);
 }
