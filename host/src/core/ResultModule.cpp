@@ -20,40 +20,32 @@ CResultModule& CResultModule::Instance() {
 
 CResultModule::CResultModule() { framework::CScriptable::SetResultObserver(&CResultModule::OnResultChange); }
 
-void CResultModule::RegisterResultHandler(CResultHandler* handler, bool saveResults) {
+void CResultModule::RegisterResultHandler(CResultHandler* handler, bool) {
   if (handler == nullptr) throw framework::CKelLogicError("Cannot register a null result handler");
-  for (const Entry& entry : m_handlers) {
-    if (entry.handler == handler) return;
-  }
+  if (std::find(m_handlers.begin(), m_handlers.end(), handler) != m_handlers.end()) return;
   if (FindResultHandler(handler->GetName()) != nullptr) {
     throw framework::CKelLogicError("A result handler named " + handler->GetName() + " is already registered");
   }
-  m_handlers.push_back({handler, saveResults});
+  m_handlers.push_back(handler);
 }
 
 void CResultModule::UnregisterResultHandler(CResultHandler* handler) {
-  m_handlers.erase(std::remove_if(m_handlers.begin(), m_handlers.end(),
-                                  [handler](const Entry& entry) { return entry.handler == handler; }),
-                   m_handlers.end());
+  m_handlers.erase(std::remove(m_handlers.begin(), m_handlers.end(), handler), m_handlers.end());
 }
 
-std::vector<CResultHandler*> CResultModule::GetResultHandlers() const {
-  std::vector<CResultHandler*> handlers;
-  for (const Entry& entry : m_handlers) handlers.push_back(entry.handler);
-  return handlers;
-}
+std::vector<CResultHandler*> CResultModule::GetResultHandlers() const { return m_handlers; }
 
 CResultHandler* CResultModule::FindResultHandler(const std::string& name) const {
-  for (const Entry& entry : m_handlers) {
-    if (entry.handler->GetName() == name) return entry.handler;
+  for (CResultHandler* handler : m_handlers) {
+    if (handler->GetName() == name) return handler;
   }
   return nullptr;
 }
 
 CResultHandler* CResultModule::HandlerFor(framework::ClassId resultClassId) const {
-  for (const Entry& entry : m_handlers) {
-    for (const ResultType& type : entry.handler->GetResultTypeVector()) {
-      if (type.resultClassId == resultClassId) return entry.handler;
+  for (CResultHandler* handler : m_handlers) {
+    for (const ResultType& type : handler->GetResultTypeVector()) {
+      if (type.resultClassId == resultClassId) return handler;
     }
   }
   return nullptr;
@@ -78,8 +70,8 @@ void CResultModule::Subscribe(unsigned subscriptionId, const ResultSubscription&
 void CResultModule::Unsubscribe(unsigned subscriptionId) {
   const auto client = m_clients.find(subscriptionId);
   if (client != m_clients.end()) client->second.unsubscribed = true;
-  for (const Entry& entry : m_handlers) entry.handler->HandleUnsubscribe(subscriptionId);
-  for (const Entry& entry : m_handlers) Publish(*entry.handler);
+  for (CResultHandler* handler : m_handlers) handler->HandleUnsubscribe(subscriptionId);
+  for (CResultHandler* handler : m_handlers) Publish(*handler);
 }
 
 void CResultModule::NotifyObjects(unsigned subscriptionId, const std::vector<Handle>& objects) {
@@ -144,10 +136,10 @@ void CResultModule::PublishChanges() {
       if (client.watched.erase(handle) != 0 && client.told.erase(handle) != 0) client.pending.deleted.push_back(handle);
     }
   }
-  for (const Entry& entry : m_handlers) {
-    for (const ResultType& type : entry.handler->GetResultTypeVector()) {
+  for (CResultHandler* handler : m_handlers) {
+    for (const ResultType& type : handler->GetResultTypeVector()) {
       if (m_changedClasses.count(type.resultClassId) != 0) {
-        entry.handler->UpdateSubscription();
+        handler->UpdateSubscription();
         break;
       }
     }

@@ -28,6 +28,11 @@ const PropertyValue& CDataStore::GetValue(PropId id) const {
   return m_values[static_cast<std::size_t>(index)];
 }
 
+void CDataStore::ThrowAccessError(PropId id, PropertyType type) const {
+  Describe(id, type);  // throws for an unknown property or another type
+  throw CKelLogicError("Property " + Hex(id) + " cannot be read as " + PropertyTypeName(type));
+}
+
 const PropertyDesc& CDataStore::Describe(PropId id, PropertyType type, bool checkType) const {
   if (m_meta == nullptr) {
     throw CKelLogicError("Property " + Hex(id) + " read from an object that the host has not initialised");

@@ -42,8 +42,8 @@ class CResultModule {
   static CResultModule& Instance();
 
   // Registering a handler already registered changes nothing; another handler with the same name
-  // throws CKelLogicError; so does null. `saveResults` asks the module to have the handler
-  // collect and save results at the end of a test.
+  // throws CKelLogicError; so does null. This host keeps no result database, so the request to
+  // collect and save results at the end of a test (the flag) is accepted and has no effect.
   void RegisterResultHandler(CResultHandler* handler, bool saveResults);
   void UnregisterResultHandler(CResultHandler* handler);
   std::vector<CResultHandler*> GetResultHandlers() const;
@@ -62,10 +62,6 @@ class CResultModule {
 
  private:
   CResultModule();
-  struct Entry {
-    CResultHandler* handler;
-    bool saveResults;
-  };
   struct Client {
     ResultCallback callback;
     std::set<framework::Handle> watched;
@@ -80,7 +76,7 @@ class CResultModule {
   void DeliverPending();
   void PublishChanges();
 
-  std::vector<Entry> m_handlers;
+  std::vector<CResultHandler*> m_handlers;  // registration order
   std::map<unsigned, Client> m_clients;
   std::set<framework::ClassId> m_changedClasses;      // result classes touched this turn
   std::set<framework::Handle> m_changedObjects;       // result objects changed this turn

@@ -48,9 +48,9 @@ class CDataStore {
     if (index >= 0) {
       if (const T* value = std::get_if<T>(&m_values[static_cast<std::size_t>(index)])) return *value;
     }
-    Describe(id, type);  // throws the right error
-    throw;               // not reached
+    ThrowAccessError(id, type);
   }
+  [[noreturn]] void ThrowAccessError(PropId id, PropertyType type) const;
 
   const CMetaClass* m_meta = nullptr;
   std::vector<PropertyValue> m_values;
