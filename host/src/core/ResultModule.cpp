@@ -80,7 +80,7 @@ void CResultModule::NotifyObjects(unsigned subscriptionId, const std::vector<Han
   Client& client = it->second;
   for (Handle handle : objects) {
     const bool isNew = client.told.insert(handle).second;
-    if (!isNew && m_changedObjects.count(handle) == 0) continue;
+    if (!isNew && !std::binary_search(m_changedObjects.begin(), m_changedObjects.end(), handle)) continue;
     if (framework::CScriptable* object = framework::CHandleRegistry::Instance().Find(handle)) {
       if (std::find(client.pending.changed.begin(), client.pending.changed.end(), object) ==
           client.pending.changed.end()) {
@@ -119,16 +119,24 @@ void CResultModule::OnResultChange(const framework::CScriptable& result, framewo
   if (turnQueued && change == framework::ResultChange::Changed && handle == module.m_lastChanged) return;
   module.m_changedClasses.insert(result.GetClassId());
   if (change == framework::ResultChange::Deleted) {
-    module.m_deletedObjects.insert(handle);
+    module.m_deletedObjects.push_back(handle);
   } else {
-    module.m_changedObjects.insert(handle);
+    module.m_changedObjects.push_back(handle);
     module.m_lastChanged = handle;
   }
   if (!turnQueued) module.m_publishTurn = loop.Post([] { Instance().PublishChanges(); });
 }
 
+void CResultModule::SettleChanges() {
+  for (std::vector<Handle>* handles : {&m_changedObjects, &m_deletedObjects}) {
+    std::sort(handles->begin(), handles->end());
+    handles->erase(std::unique(handles->begin(), handles->end()), handles->end());
+  }
+}
+
 void CResultModule::PublishChanges() {
   m_publishTurn = 0;
+  SettleChanges();
   // Watched objects that went away reach their clients whatever the handlers publish.
   for (auto& entry : m_clients) {
     Client& client = entry.second;
@@ -152,6 +160,7 @@ void CResultModule::PublishChanges() {
 }
 
 void CResultModule::Publish(CResultHandler& handler) {
+  SettleChanges();
   handler.UpdateSubscription();
   DeliverPending();
 }

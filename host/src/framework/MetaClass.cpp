@@ -95,8 +95,12 @@ bool CMetaClass::IsTypeOf(ClassId id) const {
 }
 
 int CMetaClass::FindPropertyIndex(PropId id) const {
-  const auto it = std::lower_bound(m_indexById.begin(), m_indexById.end(), std::make_pair(id, -1));
-  return it != m_indexById.end() && it->first == id ? it->second : -1;
+  const ClassId declaring = id & ~0xfffu;
+  const std::size_t ordinal = id & 0xfffu;
+  for (const auto& entry : m_slotsByClass) {
+    if (entry.first == declaring) return ordinal < entry.second.size() ? entry.second[ordinal] : -1;
+  }
+  return -1;
 }
 
 int CMetaClass::FindPropertyIndex(const std::string& name) const {
@@ -225,13 +229,17 @@ void CMetaClassManager::Load(unsigned idBlock) {
         meta->m_properties.push_back(desc);
       }
       for (std::size_t i = 0; i < meta->m_properties.size(); ++i) {
-        meta->m_indexById.emplace_back(meta->m_properties[i].id, static_cast<int>(i));
-      }
-      std::sort(meta->m_indexById.begin(), meta->m_indexById.end());
-      for (std::size_t i = 1; i < meta->m_indexById.size(); ++i) {
-        if (meta->m_indexById[i].first == meta->m_indexById[i - 1].first) {
-          throw CKelLogicError(where + ": property " + Hex(meta->m_indexById[i].first) + " is described twice");
+        const PropId id = meta->m_properties[i].id;
+        const ClassId declaring = id & ~0xfffu;
+        const std::size_t ordinal = id & 0xfffu;
+        auto entry = std::find_if(meta->m_slotsByClass.begin(), meta->m_slotsByClass.end(),
+                                  [declaring](const auto& known) { return known.first == declaring; });
+        if (entry == meta->m_slotsByClass.end()) {
+          entry = meta->m_slotsByClass.insert(meta->m_slotsByClass.end(), {declaring, {}});
         }
+        if (entry->second.size() <= ordinal) entry->second.resize(ordinal + 1, -1);
+        if (entry->second[ordinal] >= 0) throw CKelLogicError(where + ": property " + Hex(id) + " is described twice");
+        entry->second[ordinal] = static_cast<int>(i);
       }
       byName[meta->m_name] = meta.get();
       classes.push_back(std::move(meta));

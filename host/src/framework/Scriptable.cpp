@@ -146,9 +146,19 @@ void CScriptable::StoreValue(PropId id, const PropertyValue& value) {
   StoreAt(CheckedIndex(id, TypeOf(value)), id, value);
 }
 
+namespace {
+// Statistics write many numbers in a row: compare those without the variant's general machinery.
+bool SameValue(const PropertyValue& slot, const PropertyValue& value) {
+  if (slot.index() != value.index()) return false;
+  if (const double* number = std::get_if<double>(&value)) return std::get<double>(slot) == *number;
+  if (const std::uint64_t* count = std::get_if<std::uint64_t>(&value)) return std::get<std::uint64_t>(slot) == *count;
+  return slot == value;
+}
+}  // namespace
+
 void CScriptable::StoreAt(int index, PropId id, const PropertyValue& value) {
   PropertyValue& slot = m_dataStore.At(index);
-  if (slot == value) return;
+  if (SameValue(slot, value)) return;
   slot = value;
   if (m_state == STATE_CLEAN) m_state = STATE_MODIFIED;
   const auto delegates = m_changeDelegates.find(id);
@@ -186,8 +196,8 @@ std::string CScriptable::GetClassName() const { return m_meta ? m_meta->GetName(
 // ---- Relations ----
 
 CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) {
-  for (RelationSlot& slot : m_relations) {
-    if (slot.type == type) return &slot;
+  for (std::size_t i = 0; i < m_slotTypes.size(); ++i) {
+    if (m_slotTypes[i] == type) return &m_relations[i];
   }
   return nullptr;
 }
@@ -199,6 +209,7 @@ const CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) const 
 CScriptable::RelationSlot& CScriptable::Slot(RelationType type) {
   if (RelationSlot* slot = FindSlot(type)) return *slot;
   m_relations.push_back(RelationSlot{type, {}, {}, {}});
+  m_slotTypes.push_back(type);
   return m_relations.back();
 }
 

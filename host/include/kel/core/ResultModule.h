@@ -72,6 +72,8 @@ class CResultModule {
 
   static void OnResultChange(const framework::CScriptable& result, framework::ResultChange change);
   CResultHandler* HandlerFor(framework::ClassId resultClassId) const;
+  // Sorts the changes of this turn so that lookups in them can bisect.
+  void SettleChanges();
   void Publish(CResultHandler& handler);
   void DeliverPending();
   void PublishChanges();
@@ -79,8 +81,10 @@ class CResultModule {
   std::vector<CResultHandler*> m_handlers;  // registration order
   std::map<unsigned, Client> m_clients;
   std::set<framework::ClassId> m_changedClasses;      // result classes touched this turn
-  std::set<framework::Handle> m_changedObjects;       // result objects changed this turn
-  std::set<framework::Handle> m_deletedObjects;       // result objects deleted this turn
+  // Result objects changed and deleted this turn; appended as changes come (cheap on the hot path
+  // of statistics intake), sorted and made unique when the turn publishes.
+  std::vector<framework::Handle> m_changedObjects;
+  std::vector<framework::Handle> m_deletedObjects;
   framework::Handle m_lastChanged = 0;                // the object m_changedObjects got last
   framework::EventId m_publishTurn = 0;  // the queued publishing turn, if any
 };

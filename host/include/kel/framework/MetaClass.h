@@ -77,7 +77,9 @@ class CMetaClass {
   bool m_abstract = false;
   std::string m_description;
   std::vector<PropertyDesc> m_properties;
-  std::vector<std::pair<PropId, int>> m_indexById;  // sorted by id
+  // Per class of the chain (its id), the slot of each of its ordinals (-1: none): a property id is
+  // its declaring class's id plus the ordinal, so a lookup is a short walk and an index.
+  std::vector<std::pair<ClassId, std::vector<int>>> m_slotsByClass;
   unsigned m_autoNameCount = 0;
 };
 

@@ -229,6 +229,8 @@ class CScriptable {
   State m_state = STATE_CREATED;
   bool m_activeAtCommit = true;
   std::vector<RelationSlot> m_relations;
+  // The slots' kinds again, packed, so that finding a slot reads one short array.
+  std::vector<RelationType> m_slotTypes;
   std::map<PropId, std::vector<PropertyChangeDelegate>> m_changeDelegates;
 };
 
