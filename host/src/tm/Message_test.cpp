@@ -5,20 +5,11 @@
 #include <string>
 #include <utility>
 
+#include "test/TmTestSupport.h"
 #include "tm/Tm_exception.h"
 #include "tm/Tm_prenamed_struct.h"
 
 namespace {
-
-template <class Call>
-std::string failure_of(Call call) {
-  try {
-    call();
-  } catch (const Tm_exception& error) {
-    return error.what();
-  }
-  return "no exception";
-}
 
 TEST(MessageTest, GroupsAreSeparateAndReadLikeStructures) {
   Message message;

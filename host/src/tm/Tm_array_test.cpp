@@ -5,20 +5,11 @@
 #include <memory>
 #include <string>
 
+#include "test/TmTestSupport.h"
 #include "tm/Tm_exception.h"
 #include "tm/Tm_struct.h"
 
 namespace {
-
-template <class Call>
-std::string failure_of(Call call) {
-  try {
-    call();
-  } catch (const Tm_exception& error) {
-    return error.what();
-  }
-  return "no exception";
-}
 
 TEST(TmArrayTest, ReadsEachItemWithItsExactType) {
   Tm_array array;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "test/TmTestSupport.h"
 #include "tm/Tm_exception.h"
 
 namespace {
@@ -14,16 +15,6 @@ namespace {
 using Handles = std::vector<unsigned int>;
 using Referencing = Tm_backed_array<Handles::const_iterator>;
 using Copying = Tm_copy_backed_array<unsigned int, Handles::const_iterator>;
-
-template <class Call>
-std::string failure_of(Call call) {
-  try {
-    call();
-  } catch (const Tm_exception& error) {
-    return error.what();
-  }
-  return "no exception";
-}
 
 // Records what item_accept hands over.
 class Recorder : public Tm_visitor {
