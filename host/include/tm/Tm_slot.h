@@ -48,6 +48,8 @@ class Tm_slot {
   // A structure or array built in an arena that outlives the slot.
   static Tm_slot in_arena(Tm_struct* value);
   static Tm_slot in_arena(Tm_array* value);
+  // A text kept by an arena that outlives the slot; text.data() is NUL-terminated.
+  static Tm_slot in_arena(std::string_view text);
 
   Tm_slot(Tm_slot&& other) noexcept { take(other); }
   Tm_slot& operator=(Tm_slot&& other) noexcept {
@@ -109,7 +111,7 @@ class Tm_slot {
   void release_owned() noexcept;
 
   // Simple values and inline texts; or a pointer. An inline text is NUL-terminated and m_held is
-  // its length; a heap text is a std::string.
+  // its length; a heap text is a std::string; an arena text is its pointer and its 32-bit length.
   alignas(8) unsigned char m_bytes[kPayload];
   unsigned char m_held = 0;
   unsigned char m_type = TMV_BOOL;

@@ -2,6 +2,8 @@
 // The growable element storage of structures and arrays: a vector whose buffer is either its own
 // or lent by an arena (decoded values), in which case it outlives nothing it does not own. A lent
 // buffer is used until it is full; growing beyond it moves the elements into a buffer of its own.
+// Elements that hold nothing outside the arena need no destructor: the decoder says so of the
+// containers it finishes, and destroying them is then only forgetting them.
 
 #include <cstdint>
 #include <limits>
@@ -52,8 +54,12 @@ class Tm_storage {
     m_owned = true;
   }
 
+  // Promises that the elements own nothing outside the arena; appending withdraws the promise.
+  void set_elements_own_nothing() { m_elements_own_nothing = true; }
+
   template <class... Args>
   T& emplace_back(Args&&... args) {
+    m_elements_own_nothing = false;
     if (m_size == m_capacity) reserve(m_capacity == 0 ? 4 : std::size_t{m_capacity} * 2);
     T* element = new (m_data + m_size) T(std::forward<Args>(args)...);
     ++m_size;
@@ -80,8 +86,11 @@ class Tm_storage {
 
  private:
   void destroy_elements() {
-    for (std::uint32_t i = 0; i < m_size; ++i) m_data[i].~T();
+    if (!m_elements_own_nothing) {
+      for (std::uint32_t i = 0; i < m_size; ++i) m_data[i].~T();
+    }
     m_size = 0;
+    m_elements_own_nothing = false;
   }
   void release() {
     destroy_elements();
@@ -95,10 +104,12 @@ class Tm_storage {
     m_size = std::exchange(other.m_size, 0);
     m_capacity = std::exchange(other.m_capacity, 0);
     m_owned = std::exchange(other.m_owned, false);
+    m_elements_own_nothing = std::exchange(other.m_elements_own_nothing, false);
   }
 
   T* m_data = nullptr;
   std::uint32_t m_size = 0;
   std::uint32_t m_capacity = 0;
   bool m_owned = false;
+  bool m_elements_own_nothing = false;
 };

@@ -3,7 +3,9 @@
 //
 // Names need not be unique (bytes from the wire may repeat one); a lookup finds the first member
 // of that name. Reading members in the order they were added costs O(1) per read: the structure
-// remembers where the last lookup ended and tries the next member first.
+// remembers where the last lookup ended and tries the next member first. A member added under a
+// name that has an interned copy (Tm_interned_name.h) carries that copy, and a read by the interned
+// copy matches it by pointer, without comparing texts.
 //
 // Getters take the member's name and return its value only if it has exactly the type asked for:
 // a missing member throws Tm_exception("no member '<name>'"), a member of another type
@@ -105,10 +107,14 @@ class Tm_struct : public Tm_value_container {
   const Member& member_named(const char* name) const;
   const Tm_slot& value_named(const char* name, TMV type) const;
 
-  // Holds the names this structure did not get from a static table, and for a decoded structure
-  // its member storage too; declared first, so that it outlives the members.
+  // Holds the names this structure did not get from a static table or the interned names, and for
+  // a decoded message's root its member storage too; declared first, so that it outlives the
+  // members.
   std::shared_ptr<Tm_arena> m_arena;
   Tm_storage<Member> m_members;
   mutable int m_next_lookup = 0;
   bool m_unique_names = true;
+  // A structure the decoder built below a message's root: its names and storage are the arena that
+  // the root keeps, so a copy copies the names.
+  bool m_in_message_arena = false;
 };

@@ -67,8 +67,23 @@ Tm_slot Tm_slot::in_arena(Tm_array* value) {
   return slot;
 }
 
+Tm_slot Tm_slot::in_arena(std::string_view text) {
+  Tm_slot slot;
+  slot.m_type = TMV_STRING;
+  slot.m_held = kInArena;
+  slot.set_pointer(text.data());
+  const auto length = static_cast<std::uint32_t>(text.size());
+  std::memcpy(slot.m_bytes + sizeof(const char*), &length, sizeof length);
+  return slot;
+}
+
 std::string_view Tm_slot::text() const {
   if (m_held == kHeapText) return *pointer<std::string>();
+  if (m_held == kInArena) {
+    std::uint32_t length;
+    std::memcpy(&length, m_bytes + sizeof(const char*), sizeof length);
+    return std::string_view(pointer<const char>(), length);
+  }
   return std::string_view(reinterpret_cast<const char*>(m_bytes), m_held);
 }
 

@@ -4,6 +4,7 @@
 
 #include "tm/Tm_array.h"
 #include "tm/Tm_exception.h"
+#include "tm/Tm_interned_name.h"
 
 namespace {
 
@@ -27,8 +28,8 @@ Tm_slot text_slot(const char* name, const char* value) {
 Tm_struct::Tm_struct(Tm_value_container* container) : Tm_value_container(container) {}
 
 Tm_struct::Tm_struct(const Tm_struct& other) : Tm_value_container(other), m_unique_names(other.m_unique_names) {
-  // Names from a static table are shared; names from the other's arena are copied into one of our own.
-  if (other.m_arena) m_arena = std::make_shared<Tm_arena>(kNamesBlock);
+  // Names from a static table are shared; names from an arena are copied into one of our own.
+  if (other.m_arena || other.m_in_message_arena) m_arena = std::make_shared<Tm_arena>(kNamesBlock);
   m_members.reserve(other.m_members.size());
   for (const Member& member : other.m_members) {
     const char* name = m_arena ? m_arena->add_text(member.name) : member.name;
@@ -193,6 +194,11 @@ void Tm_struct::append(const char* name, Tm_slot&& value, bool name_is_new) {
 
 void Tm_struct::append_copying_name(const char* name, Tm_slot&& value) {
   checked_name(name);
+  // Readers that ask by the interned name then find this member by pointer.
+  if (const char* interned = tm_find_interned_name(name)) {
+    append(interned, std::move(value), false);
+    return;
+  }
   if (!m_arena) m_arena = std::make_shared<Tm_arena>(kNamesBlock);
   append(m_arena->add_text(name), std::move(value), false);
 }

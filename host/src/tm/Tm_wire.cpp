@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "tm/Tm_exception.h"
+#include "tm/Tm_interned_name.h"
 
 namespace {
 
@@ -341,7 +342,7 @@ class Tm_wire_reader {
     switch (role()) {
       case Role::request_name: m_message.m_request_name.assign(text, size); return true;
       case Role::name: add_name({text, size}); return true;
-      case Role::item: put_item(TMV_STRING, "a text", std::string_view(text, size)); return true;
+      case Role::item: put_text(std::string_view(text, size)); return true;
       default: unexpected("a text");
     }
   }
@@ -350,7 +351,10 @@ class Tm_wire_reader {
     switch (role()) {
       case Role::item_types: take_item_types(data, size); return true;
       case Role::row: take_row(data, size); return true;
-      case Role::item: put_item(TMV_BINARY, "a binary", std::make_unique<Tm_binary>(data, size)); return true;
+      case Role::item:
+        put_item(TMV_BINARY, "a binary", std::make_unique<Tm_binary>(data, size));
+        top().owns_nothing = false;
+        return true;
       default: unexpected("a binary");
     }
   }
@@ -383,9 +387,13 @@ class Tm_wire_reader {
         m_shapes.emplace_back();
         push(Frame::Kind::shape, count);
         return true;
-      case Role::members:
-        push(Frame::Kind::structure, count).structure = &m_message.m_groups[m_group].members;
+      case Role::members: {
+        // The root keeps the arena that its members below live in.
+        Tm_struct& root = m_message.m_groups[m_group].members;
+        root.m_arena = m_arena;
+        push(Frame::Kind::structure, count).structure = &root;
         return true;
+      }
       case Role::item: begin_nested(count); return true;
       default: unexpected("an array");
     }
@@ -396,14 +404,25 @@ class Tm_wire_reader {
     return true;
   }
   bool end_array() {
-    switch (top().kind) {
+    const Frame& ended = top();
+    switch (ended.kind) {
       case Frame::Kind::names: finish_names(); break;
       case Frame::Kind::shape: finish_shape(); break;
+      case Frame::Kind::structure:
+        if (ended.owns_nothing) ended.structure->m_members.set_elements_own_nothing();
+        break;
+      case Frame::Kind::array:
+        if (ended.owns_nothing) ended.array->m_items.set_elements_own_nothing();
+        break;
       default: break;
     }
+    const bool owns_nothing = ended.owns_nothing;
     m_frames.pop_back();
-    // The simple values after a nested structure or array follow from the row.
-    if (!m_frames.empty() && is_container(top())) fill(top());
+    if (!m_frames.empty() && is_container(top())) {
+      top().owns_nothing = top().owns_nothing && owns_nothing;
+      // The simple values after a nested structure or array follow from the row.
+      fill(top());
+    }
     return true;
   }
   bool start_map(std::uint32_t) { unexpected("a map"); }
@@ -455,6 +474,8 @@ class Tm_wire_reader {
     std::uint32_t next = 0;
     std::uint64_t row_bytes = 0;
     const unsigned char* row = nullptr;
+    // No value so far holds memory outside the arena (only binaries do).
+    bool owns_nothing = true;
   };
 
   struct Shape {
@@ -556,7 +577,9 @@ class Tm_wire_reader {
     if (!m_group_name_set.insert(name).second) {
       throw Tm_exception("wire: the group lists the name '" + std::string(name) + "' twice");
     }
-    m_group_names.push_back(m_arena->add_text(name));
+    // The interned copy lets codecs that ask by interned names match by pointer.
+    const char* interned = tm_find_interned_name(name);
+    m_group_names.push_back(interned != nullptr ? interned : m_arena->add_text(name));
   }
 
   void finish_names() {
@@ -652,9 +675,6 @@ class Tm_wire_reader {
     }
     frame.row = row;
     if (frame.structure != nullptr) {
-      // The keeper comes with the storage, so that a structure left half-built by a refusal still
-      // frees its members from live memory.
-      frame.structure->m_arena = m_arena;
       frame.structure->m_members.lend(m_arena->allocate<Tm_struct::Member>(frame.count), frame.count);
     }
     fill(frame);
@@ -719,6 +739,15 @@ class Tm_wire_reader {
     fill(frame);
   }
 
+  // Short texts live in their slot; longer ones in the arena, which spares a heap block per text.
+  void put_text(std::string_view text) {
+    if (text.size() <= Tm_slot::kInlineText) {
+      put_item(TMV_STRING, "a text", text);
+    } else {
+      put_item(TMV_STRING, "a text", Tm_slot::in_arena(std::string_view(m_arena->add_text(text), text.size())));
+    }
+  }
+
   void begin_nested(std::uint32_t count) {
     Frame& parent = top();
     Tm_value_container* owner =
@@ -726,6 +755,7 @@ class Tm_wire_reader {
     switch (next_type(parent)) {
       case TMV_STRUCT: {
         auto* built = new (m_arena->allocate<Tm_struct>(1)) Tm_struct(owner);
+        built->m_in_message_arena = true;
         emplace(parent, Tm_slot::in_arena(built));
         push(Frame::Kind::structure, count).structure = built;
         return;

@@ -11,6 +11,7 @@
 
 #include "tm/Tm_backed_array.h"
 #include "tm/Tm_exception.h"
+#include "tm/Tm_interned_name.h"
 #include "tm/Tm_prenamed_struct.h"
 
 namespace {
@@ -134,6 +135,7 @@ TEST(TmWireTest, DecodedValuesOutliveTheBytesAndSurviveCopies) {
   message.add_member(TMG_1, "a", 2);  // repeated names are allowed from the wire
   auto* inner = new Tm_struct();
   inner->add_member("name", "value");
+  inner->add_member("path", "/dev/disk/by-id/wwn-0x5000c50010000000");  // too long to sit in its slot
   message.add_member_and_own(TMG_1, "inner", inner);
 
   auto bytes = std::make_unique<Bytes>(tm_encode(message));
@@ -146,7 +148,23 @@ TEST(TmWireTest, DecodedValuesOutliveTheBytesAndSurviveCopies) {
   const Message copy(*decoded);
   decoded.reset();
   EXPECT_STREQ(static_cast<const Tm_struct&>(*clone).get_member_string("name"), "value");
+  EXPECT_STREQ(static_cast<const Tm_struct&>(*clone).get_member_string("path"),
+               "/dev/disk/by-id/wwn-0x5000c50010000000");
   EXPECT_TRUE(copy.equals(message));
+}
+
+TEST(TmWireTest, DecodedNamesAreTheInternedCopiesWhereThereAreAny) {
+  const char* interned = tm_intern_name("interned member");
+  EXPECT_EQ(tm_intern_name(std::string("interned member")), interned);
+  Message message;
+  message.add_member(TMG_1, "interned member", 1);
+  message.add_member(TMG_1, "wire-only member", 2);
+
+  const Message decoded = tm_decode(tm_encode(message));
+  const Tm_struct& members = decoded.get_group(TMG_1);
+  EXPECT_EQ(members.get_member_name(0), interned);
+  EXPECT_EQ(tm_find_interned_name("wire-only member"), nullptr) << "decoding must not grow the pool";
+  EXPECT_EQ(members.get_member_int32("wire-only member"), 2);
 }
 
 // Hand-made pieces of messages: a request with no name and the catalog off; a group with no

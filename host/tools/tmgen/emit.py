@@ -12,7 +12,7 @@ from statements import Helpers
 LIBRARY_HEADERS = ["tm/Message.h", "tm/Tm_catalog.h", "tm/Tm_enum_map.h", "tm/Tm_prenamed_struct.h",
                    "tm/Tm_struct.h"]
 SOURCE_LIBRARY_HEADERS = ["tm/Tm_array.h", "tm/Tm_backed_array.h", "tm/Tm_binary.h",
-                          "tm/Tm_exception.h"]
+                          "tm/Tm_exception.h", "tm/Tm_interned_name.h"]
 
 CONTRACT = """\
 // The plug-in's side ({namespace}): create_req_<message> builds a request into a Message the
@@ -72,7 +72,7 @@ def source(message_set: MessageSet) -> str:
     for enum in message_set.enums:
         body += _enum_map(enum) + [""]
     for record in message_set.records:
-        names = ", ".join(f'"{member.name}"' for member in record.fields)
+        names = ", ".join(helpers.member_name(member.name) for member in record.fields)
         body += [f"const char* {record.name}_t_names[] = {{{names + ', ' if names else ''}nullptr}};",
                  ""]
         body += _definitions([functions.record_section(record, helpers)])
@@ -88,8 +88,13 @@ def source(message_set: MessageSet) -> str:
              "#include <cstddef>", "#include <limits>", "#include <memory>", "#include <string>",
              "#include <utility>", "#include <vector>", ""]
     lines += [f'#include "{name}"' for name in SOURCE_LIBRARY_HEADERS] + [""]
-    if helpers.used:
-        lines += ["namespace {", "", helpers.text(), "}  // namespace", ""]
+    if helpers.used or helpers.member_names:
+        lines += ["namespace {", ""]
+        if helpers.member_names:
+            lines += [helpers.member_names_text()]
+        if helpers.used:
+            lines += [helpers.text()]
+        lines += ["}  // namespace", ""]
     return "\n".join(lines + body) + "\n"
 
 

@@ -99,14 +99,27 @@ HELPER_NEEDS = {
 @dataclass
 class Helpers:
     used: set[str] = field(default_factory=set)
+    member_names: set[str] = field(default_factory=set)
 
     def use(self, name: str) -> None:
         self.used.add(name)
         for needed in HELPER_NEEDS.get(name, []):
             self.use(needed)
 
+    def member_name(self, name: str) -> str:
+        """The constant holding the interned copy of a member name."""
+        self.member_names.add(name)
+        return f"name_{name}"
+
     def text(self) -> str:
         return "\n".join(HELPERS[name] for name in HELPERS if name in self.used)
+
+    def member_names_text(self) -> str:
+        lines = ["// The member names, interned: the names tables and the readers use the copies that a decoded",
+                 "// structure carries, so each read finds its member by pointer."]
+        lines += [f'const char* const name_{name} = tm_intern_name("{name}");'
+                  for name in sorted(self.member_names)]
+        return "\n".join(lines) + "\n"
 
 
 class StructSink:
@@ -206,17 +219,17 @@ class Target:
 def read(member: Member, source: str, target: Target, context: Context) -> list[str]:
     """Statements that read member from source (a const Tm_struct*) into target."""
     kind = member.type
-    name = member.name
+    name = context.helpers.member_name(member.name)
     if kind.record is not None:
         decode = cpp_names.decoder(kind.record, context.scope)
         if kind.array:
             context.helpers.use("read_record_array")
-            return [f'read_record_array({source}->get_member_array("{name}"), &{decode}, '
+            return [f'read_record_array({source}->get_member_array({name}), &{decode}, '
                     f"{target.pointer});"]
-        return [f'{decode}({source}->get_member_struct("{name}"), {target.pointer});']
+        return [f'{decode}({source}->get_member_struct({name}), {target.pointer});']
     if kind.array:
         return ["{",
-                f'  const Tm_array* array = {source}->get_member_array("{name}");',
+                f'  const Tm_array* array = {source}->get_member_array({name});',
                 "  const int count = array->get_member_count();",
                 f"  {target.access}clear();",
                 f"  {target.access}reserve(static_cast<std::size_t>(count));",
@@ -226,11 +239,10 @@ def read(member: Member, source: str, target: Target, context: Context) -> list[
                 "}"]
     if kind.scalar == "binary":
         return ["{",
-                f'  const Tm_binary& value = {source}->get_member_binary("{name}");',
+                f'  const Tm_binary& value = {source}->get_member_binary({name});',
                 f"  {target.access}assign(value.data(), value.data() + value.size());",
                 "}"]
-    key = f'"{name}"'
-    return [f"{target.lvalue} = {_scalar_value(member, source, key, context)};"]
+    return [f"{target.lvalue} = {_scalar_value(member, source, name, context)};"]
 
 
 def _append_element(member: Member, target: Target, context: Context) -> list[str]:
