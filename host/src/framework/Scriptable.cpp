@@ -102,12 +102,12 @@ void CScriptable::Get(const char* name, std::string& text) const {
 
 void CScriptable::Set(PropId id, const std::string& value) { SetValue(id, value); }
 void CScriptable::Set(PropId id, const char* value) { SetValue(id, std::string(value)); }
-void CScriptable::Set(PropId id, bool value) { SetValue(id, value); }
-void CScriptable::Set(PropId id, double value) { SetValue(id, value); }
-void CScriptable::Set(PropId id, unsigned char value) { SetValue(id, std::uint8_t{value}); }
-void CScriptable::Set(PropId id, unsigned short value) { SetValue(id, std::uint16_t{value}); }
-void CScriptable::Set(PropId id, unsigned int value) { SetValue(id, std::uint32_t{value}); }
-void CScriptable::Set(PropId id, unsigned long value) { SetValue(id, std::uint64_t{value}); }
+void CScriptable::Set(PropId id, bool value) { SetSimple(id, value); }
+void CScriptable::Set(PropId id, double value) { SetSimple(id, value); }
+void CScriptable::Set(PropId id, unsigned char value) { SetSimple(id, std::uint8_t{value}); }
+void CScriptable::Set(PropId id, unsigned short value) { SetSimple(id, std::uint16_t{value}); }
+void CScriptable::Set(PropId id, unsigned int value) { SetSimple(id, std::uint32_t{value}); }
+void CScriptable::Set(PropId id, unsigned long value) { SetSimple(id, std::uint64_t{value}); }
 void CScriptable::Set(PropId id, const HandleList& value) { SetValue(id, value); }
 
 void CScriptable::Set(const char* name, const std::string& text) {
@@ -146,20 +146,28 @@ void CScriptable::StoreValue(PropId id, const PropertyValue& value) {
   StoreAt(CheckedIndex(id, TypeOf(value)), id, value);
 }
 
-namespace {
-// Statistics write many numbers in a row: compare those without the variant's general machinery.
-bool SameValue(const PropertyValue& slot, const PropertyValue& value) {
-  if (slot.index() != value.index()) return false;
-  if (const double* number = std::get_if<double>(&value)) return std::get<double>(slot) == *number;
-  if (const std::uint64_t* count = std::get_if<std::uint64_t>(&value)) return std::get<std::uint64_t>(slot) == *count;
-  return slot == value;
+template <class T>
+void CScriptable::SetSimple(PropId id, T value) {
+  // A slot always holds its property's type, so a slot holding a T is a property of type T.
+  const int index = m_dataStore.IndexOf(id);
+  T* current = index >= 0 ? std::get_if<T>(&m_dataStore.At(index)) : nullptr;
+  if (current == nullptr || m_meta->GetProperties()[static_cast<std::size_t>(index)].readOnly) {
+    SetValue(id, value);
+    return;
+  }
+  if (*current == value) return;
+  *current = value;
+  NoteChanged(id);
 }
-}  // namespace
 
 void CScriptable::StoreAt(int index, PropId id, const PropertyValue& value) {
   PropertyValue& slot = m_dataStore.At(index);
-  if (SameValue(slot, value)) return;
+  if (slot == value) return;
   slot = value;
+  NoteChanged(id);
+}
+
+void CScriptable::NoteChanged(PropId id) {
   if (m_state == STATE_CLEAN) m_state = STATE_MODIFIED;
   const auto delegates = m_changeDelegates.find(id);
   if (delegates != m_changeDelegates.end()) {
@@ -185,7 +193,7 @@ void CScriptable::UnregisterPropertyChangeDelegate(PropId id, const PropertyChan
 
 // ---- Identity ----
 
-Handle CScriptable::GetHandle() const { return m_meta ? m_dataStore.GetU32(prop::Handle) : 0; }
+Handle CScriptable::GetHandle() const { return m_meta ? m_handle : 0; }
 const std::string& CScriptable::GetName() const { return m_dataStore.GetString(prop::Name); }
 bool CScriptable::GetActive() const { return m_dataStore.GetBool(prop::Active); }
 bool CScriptable::IsTypeOf(ClassId id) const { return m_meta != nullptr && m_meta->IsTypeOf(id); }
@@ -208,20 +216,42 @@ const CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) const 
 
 CScriptable::RelationSlot& CScriptable::Slot(RelationType type) {
   if (RelationSlot* slot = FindSlot(type)) return *slot;
-  m_relations.push_back(RelationSlot{type, {}, {}, {}});
+  m_relations.push_back(RelationSlot{type, {}, {}, {}, {}});
   m_slotTypes.push_back(type);
   return m_relations.back();
 }
 
 CScriptable* CScriptable::GetParent() const { return GetObject(0, ChildParent()); }
 
-CScriptable* CScriptable::GetObject(ClassId classId, RelationType type) const {
-  if (const RelationSlot* slot = FindSlot(type)) {
-    for (CScriptable* object : slot->objects) {
-      if (classId == 0 || object->IsTypeOf(classId)) return object;
-    }
+void CScriptable::RelationSlot::Append(CScriptable& object) {
+  objects.push_back(&object);
+  classes.push_back(object.m_meta);
+}
+
+void CScriptable::RelationSlot::Erase(const CScriptable& object) {
+  const auto at = std::find(objects.begin(), objects.end(), &object) - objects.begin();
+  objects.erase(objects.begin() + at);
+  classes.erase(classes.begin() + at);
+}
+
+void CScriptable::RelationSlot::Reorder(const ScriptableVec& ordered) {
+  objects = ordered;
+  classes.clear();
+  for (const CScriptable* object : objects) classes.push_back(object->m_meta);
+}
+
+std::size_t CScriptable::RelationSlot::FindOfClass(ClassId classId, std::size_t from) const {
+  for (; from < classes.size(); ++from) {
+    if (classId == 0 || (classes[from] != nullptr && classes[from]->IsTypeOf(classId))) return from;
   }
-  return nullptr;
+  return from;
+}
+
+CScriptable* CScriptable::GetObject(ClassId classId, RelationType type) const {
+  const RelationSlot* slot = FindSlot(type);
+  if (slot == nullptr) return nullptr;
+  const std::size_t at = slot->FindOfClass(classId);
+  return at < slot->objects.size() ? slot->objects[at] : nullptr;
 }
 
 CScriptable* CScriptable::GetObject(const std::string& className, RelationType type) const {
@@ -230,10 +260,11 @@ CScriptable* CScriptable::GetObject(const std::string& className, RelationType t
 }
 
 void CScriptable::GetObjects(ScriptableVec& out, ClassId classId, RelationType type) const {
-  if (const RelationSlot* slot = FindSlot(type)) {
-    for (CScriptable* object : slot->objects) {
-      if (classId == 0 || object->IsTypeOf(classId)) out.push_back(object);
-    }
+  const RelationSlot* slot = FindSlot(type);
+  if (slot == nullptr) return;
+  for (std::size_t at = slot->FindOfClass(classId); at < slot->objects.size();
+       at = slot->FindOfClass(classId, at + 1)) {
+    out.push_back(slot->objects[at]);
   }
 }
 
@@ -327,7 +358,7 @@ bool CScriptable::SetObjects(const ScriptableVec& objects, RelationType type, bo
           ordered.push_back(object);
         }
       }
-      slot->objects = ordered;
+      slot->Reorder(ordered);
     }
   }
   return allAdded;
@@ -335,10 +366,10 @@ bool CScriptable::SetObjects(const ScriptableVec& objects, RelationType type, bo
 
 void CScriptable::Link(CScriptable& other, RelationType type) {
   RelationSlot& mine = Slot(type);
-  mine.objects.push_back(&other);
+  mine.Append(other);
   TrackAdded(mine.added, mine.removed, other.GetHandle());
   RelationSlot& theirs = other.Slot(type.ReverseDir());
-  theirs.objects.push_back(this);
+  theirs.Append(*this);
   TrackAdded(theirs.added, theirs.removed, GetHandle());
   OnRelationModified(type, other, true);
   other.OnRelationModified(type.ReverseDir(), *this, true);
@@ -346,10 +377,10 @@ void CScriptable::Link(CScriptable& other, RelationType type) {
 
 void CScriptable::Unlink(CScriptable& other, RelationType type) {
   RelationSlot& mine = Slot(type);
-  mine.objects.erase(std::find(mine.objects.begin(), mine.objects.end(), &other));
+  mine.Erase(other);
   TrackRemoved(mine.added, mine.removed, other.GetHandle());
   RelationSlot& theirs = other.Slot(type.ReverseDir());
-  theirs.objects.erase(std::find(theirs.objects.begin(), theirs.objects.end(), this));
+  theirs.Erase(*this);
   TrackRemoved(theirs.added, theirs.removed, GetHandle());
   OnRelationModified(type, other, false);
   other.OnRelationModified(type.ReverseDir(), *this, false);
@@ -507,6 +538,7 @@ void CScriptable::OnUpdateAutoObjectName() {
 
 void CScriptable::InitObject(CMetaClass& meta, Handle handle) {
   m_meta = &meta;
+  m_handle = handle;
   m_isResult = meta.IsTypeOf(classid::Result);
   m_dataStore.Init(meta);
   m_dataStore.At(m_dataStore.IndexOf(prop::Handle)) = std::uint32_t{handle};

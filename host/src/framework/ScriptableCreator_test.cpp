@@ -60,17 +60,21 @@ TEST_F(ScriptableCreatorTest, ClassesThatCannotBeMadeGiveNullAndLeaveNothing) {
 }
 
 TEST_F(ScriptableCreatorTest, AWantedHandleIsGivenWhenFreeAndRefusedWhenInUse) {
-  CTestItem& existing = MakeItem();
-  const Handle wanted = existing.GetHandle() + 1000;
-
-  CScriptable* loaded = Create(kTestItem, &project(), true, true, wanted);
-  ASSERT_NE(loaded, nullptr);
-  EXPECT_EQ(loaded->GetHandle(), wanted);
-  EXPECT_EQ(registry.Find(wanted), loaded);
-  EXPECT_THAT(ThrownText<CKelLogicError>([&] { Create(kTestItem, &project(), true, true, wanted); }),
-              HasSubstr("Handle " + std::to_string(wanted) + " is already in use"));
-  EXPECT_GT(MakeItem().GetHandle(), wanted) << "later handles stay clear of the loaded one";
-  EXPECT_EQ(ProjectChildren(), 3u);
+  // The registry's table and, beyond it, its map.
+  const Handle dense = MakeItem().GetHandle() + 1000;
+  for (const Handle wanted : {dense, CHandleRegistry::kDenseHandles + 1000}) {
+    SCOPED_TRACE(wanted);
+    CScriptable* loaded = Create(kTestItem, &project(), true, true, wanted);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetHandle(), wanted);
+    EXPECT_EQ(registry.Find(wanted), loaded);
+    EXPECT_THAT(ThrownText<CKelLogicError>([&] { Create(kTestItem, &project(), true, true, wanted); }),
+                HasSubstr("Handle " + std::to_string(wanted) + " is already in use"));
+    CTestItem& later = MakeItem();
+    EXPECT_GT(later.GetHandle(), wanted) << "later handles stay clear of the loaded one";
+    EXPECT_EQ(registry.Find(later.GetHandle()), &later);
+  }
+  EXPECT_EQ(ProjectChildren(), 5u);
 }
 
 TEST_F(ScriptableCreatorTest, CreatingBelowADeletedParentThrowsAndLeavesNothing) {

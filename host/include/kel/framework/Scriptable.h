@@ -207,8 +207,18 @@ class CScriptable {
   struct RelationSlot {
     RelationType type;
     ScriptableVec objects;
-    std::vector<Handle> added;    // handles: an entry may outlive its object
+    // Each object's class, in the same order: lookups by class read the classes, which are few and
+    // stay in cache, instead of the objects.
+    std::vector<const CMetaClass*> classes;
+    std::vector<Handle> added;  // handles: an entry may outlive its object
     std::vector<Handle> removed;
+
+    void Append(CScriptable& object);
+    void Erase(const CScriptable& object);
+    void Reorder(const ScriptableVec& ordered);
+    // The place of the first object, from `from` on, whose class is classId or derives from it
+    // (any object for 0); objects.size() when there is none.
+    std::size_t FindOfClass(ClassId classId, std::size_t from = 0) const;
   };
 
   RelationSlot* FindSlot(RelationType type);
@@ -222,8 +232,18 @@ class CScriptable {
   int CheckedIndex(PropId id, PropertyType type) const;
   int IndexOf(PropId id) const;
   void StoreAt(int index, PropId id, const PropertyValue& value);
+  // Writes a number or bool straight into its slot (statistics write thirty per result object);
+  // anything unusual takes SetValue's way, which throws the error that names it.
+  template <class T>
+  void SetSimple(PropId id, T value);
+  // What follows every change of a value: the object's state, change delegates, the active
+  // state's propagation, the result observer.
+  void NoteChanged(PropId id);
 
   CMetaClass* m_meta = nullptr;
+  // The Handle property, which never changes, kept at hand: results and relations ask for it on
+  // every change.
+  Handle m_handle = 0;
   bool m_isResult = false;
   CDataStore m_dataStore;
   State m_state = STATE_CREATED;
