@@ -4,9 +4,10 @@
 // rolled up into profile, port and project results. Speed is counted in records (11,000 per
 // notification); it must reach 1 million records per second on one core.
 //
-// Two notifications with different figures are built with the port side's codec before timing,
-// and a first one makes the result objects: the loop alternates them, so every value changes at
-// every notification, as in the steady state of a running test. The plug-in is
+// Two notifications with different figures are built with the port side's codec and passed
+// through the wire format before timing, so that StatsHandler reads them as it reads what the host
+// receives from a port; a first one makes the result objects. The loop alternates them, so every
+// value changes at every notification, as in the steady state of a running test. The plug-in is
 // registered as the host registers it, so the result module observes every result change as it
 // does in the host; its publishing turn runs between iterations, untimed.
 #include <benchmark/benchmark.h>
@@ -28,6 +29,7 @@
 #include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
+#include "tm/Tm_wire.h"
 
 extern "C" int PluginRegister();
 
@@ -106,7 +108,9 @@ std::vector<Message> BuildTest() {
     for (const CScriptable* worker : workers) workerRecords.push_back({RecordFor(*worker, round + 1)});
     std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targetRecords;
     for (const CScriptable* target : targets) targetRecords.push_back({RecordFor(*target, round + 1), "PhysicalDrive"});
-    BST_1_port::create_notify_TestResultsNotification(&notifications[round], workerRecords, targetRecords, true);
+    Message built;
+    BST_1_port::create_notify_TestResultsNotification(&built, workerRecords, targetRecords, true);
+    notifications[round] = tm_decode(tm_encode(built));
   }
   return notifications;
 }

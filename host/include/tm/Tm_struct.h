@@ -89,6 +89,8 @@ class Tm_struct : public Tm_value_container {
   // arena). name_is_new promises no earlier member has that name; without the promise the
   // structure checks.
   void append(const char* name, Tm_slot&& value, bool name_is_new);
+  // Room for count members, so that a structure whose size is known grows once.
+  void reserve_members(std::size_t count) { m_members.reserve(count); }
 
  private:
   friend class Tm_wire_writer;

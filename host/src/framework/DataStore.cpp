@@ -19,13 +19,13 @@ void CDataStore::Init(const CMetaClass& meta) {
   m_meta = &meta;
   m_values.clear();
   m_values.reserve(meta.GetProperties().size());
-  for (const PropertyDesc& desc : meta.GetProperties()) m_values.push_back(desc.defaultValue);
+  for (const PropertyDesc& desc : meta.GetProperties()) m_values.emplace_back(desc.defaultValue);
 }
 
-const PropertyValue& CDataStore::GetValue(PropId id) const {
+PropertyValue CDataStore::GetValue(PropId id) const {
   const int index = IndexOf(id);
   if (index < 0) Describe(id, PropertyType::U8, false);  // throws: unknown property
-  return m_values[static_cast<std::size_t>(index)];
+  return m_values[static_cast<std::size_t>(index)].ToValue();
 }
 
 void CDataStore::ThrowAccessError(PropId id, PropertyType type) const {

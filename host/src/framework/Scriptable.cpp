@@ -97,7 +97,7 @@ void CScriptable::Get(const char* name, std::string& text) const {
   if (index < 0) {
     throw CKelLogicError(GetClassName() + " has no property named '" + name + "'");
   }
-  text = ToText(m_dataStore.At(index));
+  text = ToText(m_dataStore.At(index).ToValue());
 }
 
 void CScriptable::Set(PropId id, const std::string& value) { SetValue(id, value); }
@@ -150,7 +150,7 @@ template <class T>
 void CScriptable::SetSimple(PropId id, T value) {
   // A slot always holds its property's type, so a slot holding a T is a property of type T.
   const int index = m_dataStore.IndexOf(id);
-  T* current = index >= 0 ? std::get_if<T>(&m_dataStore.At(index)) : nullptr;
+  T* current = index >= 0 ? m_dataStore.At(index).GetIf<T>() : nullptr;
   if (current == nullptr || m_meta->GetProperties()[static_cast<std::size_t>(index)].readOnly) {
     SetValue(id, value);
     return;
@@ -161,9 +161,9 @@ void CScriptable::SetSimple(PropId id, T value) {
 }
 
 void CScriptable::StoreAt(int index, PropId id, const PropertyValue& value) {
-  PropertyValue& slot = m_dataStore.At(index);
-  if (slot == value) return;
-  slot = value;
+  CValueSlot& slot = m_dataStore.At(index);
+  if (slot.Equals(value)) return;
+  slot.Assign(value);
   NoteChanged(id);
 }
 
@@ -216,33 +216,33 @@ const CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) const 
 
 CScriptable::RelationSlot& CScriptable::Slot(RelationType type) {
   if (RelationSlot* slot = FindSlot(type)) return *slot;
-  m_relations.push_back(RelationSlot{type, {}, {}, {}, {}});
+  m_relations.push_back(RelationSlot{type, {}, {}, {}});
   m_slotTypes.push_back(type);
   return m_relations.back();
 }
 
 CScriptable* CScriptable::GetParent() const { return GetObject(0, ChildParent()); }
 
-void CScriptable::RelationSlot::Append(CScriptable& object) {
-  objects.push_back(&object);
-  classes.push_back(object.m_meta);
-}
+void CScriptable::RelationSlot::Append(CScriptable& object) { related.push_back({&object, object.m_meta}); }
 
 void CScriptable::RelationSlot::Erase(const CScriptable& object) {
-  const auto at = std::find(objects.begin(), objects.end(), &object) - objects.begin();
-  objects.erase(objects.begin() + at);
-  classes.erase(classes.begin() + at);
+  related.erase(std::find_if(related.begin(), related.end(),
+                             [&](const Related& entry) { return entry.object == &object; }));
 }
 
 void CScriptable::RelationSlot::Reorder(const ScriptableVec& ordered) {
-  objects = ordered;
-  classes.clear();
-  for (const CScriptable* object : objects) classes.push_back(object->m_meta);
+  related.clear();
+  for (CScriptable* object : ordered) Append(*object);
+}
+
+bool CScriptable::RelationSlot::Contains(const CScriptable& object) const {
+  return std::any_of(related.begin(), related.end(), [&](const Related& entry) { return entry.object == &object; });
 }
 
 std::size_t CScriptable::RelationSlot::FindOfClass(ClassId classId, std::size_t from) const {
-  for (; from < classes.size(); ++from) {
-    if (classId == 0 || (classes[from] != nullptr && classes[from]->IsTypeOf(classId))) return from;
+  for (; from < related.size(); ++from) {
+    const CMetaClass* meta = related[from].meta;
+    if (classId == 0 || (meta != nullptr && meta->IsTypeOf(classId))) return from;
   }
   return from;
 }
@@ -251,7 +251,7 @@ CScriptable* CScriptable::GetObject(ClassId classId, RelationType type) const {
   const RelationSlot* slot = FindSlot(type);
   if (slot == nullptr) return nullptr;
   const std::size_t at = slot->FindOfClass(classId);
-  return at < slot->objects.size() ? slot->objects[at] : nullptr;
+  return at < slot->related.size() ? slot->related[at].object : nullptr;
 }
 
 CScriptable* CScriptable::GetObject(const std::string& className, RelationType type) const {
@@ -262,9 +262,9 @@ CScriptable* CScriptable::GetObject(const std::string& className, RelationType t
 void CScriptable::GetObjects(ScriptableVec& out, ClassId classId, RelationType type) const {
   const RelationSlot* slot = FindSlot(type);
   if (slot == nullptr) return;
-  for (std::size_t at = slot->FindOfClass(classId); at < slot->objects.size();
+  for (std::size_t at = slot->FindOfClass(classId); at < slot->related.size();
        at = slot->FindOfClass(classId, at + 1)) {
-    out.push_back(slot->objects[at]);
+    out.push_back(slot->related[at].object);
   }
 }
 
@@ -292,7 +292,7 @@ void CScriptable::GetRemovedObjects(ScriptableVec& out, ClassId classId, Relatio
 
 bool CScriptable::ContainsObject(const CScriptable& other, RelationType type) const {
   const RelationSlot* slot = FindSlot(type);
-  return slot != nullptr && std::find(slot->objects.begin(), slot->objects.end(), &other) != slot->objects.end();
+  return slot != nullptr && slot->Contains(other);
 }
 
 std::vector<RelationType> CScriptable::GetRelationTypes() const {
@@ -388,8 +388,8 @@ void CScriptable::Unlink(CScriptable& other, RelationType type) {
 
 void CScriptable::DetachAll() {
   for (std::size_t i = 0; i < m_relations.size(); ++i) {
-    while (!m_relations[i].objects.empty()) {
-      Unlink(*m_relations[i].objects.back(), m_relations[i].type);
+    while (!m_relations[i].related.empty()) {
+      Unlink(*m_relations[i].related.back().object, m_relations[i].type);
     }
   }
 }
@@ -506,7 +506,7 @@ void CScriptable::DoCloneCopyOtherRelations(CScriptable& copy) const {
   for (const RelationSlot& slot : m_relations) {
     const RelationId id = slot.type.GetId();
     if (id == relation::ParentChild || id == relation::Result || !CloneRelationType(slot.type)) continue;
-    for (CScriptable* object : slot.objects) copy.AddObject(*object, slot.type);
+    for (const Related& entry : slot.related) copy.AddObject(*entry.object, slot.type);
   }
 }
 
@@ -541,7 +541,7 @@ void CScriptable::InitObject(CMetaClass& meta, Handle handle) {
   m_handle = handle;
   m_isResult = meta.IsTypeOf(classid::Result);
   m_dataStore.Init(meta);
-  m_dataStore.At(m_dataStore.IndexOf(prop::Handle)) = std::uint32_t{handle};
+  *m_dataStore.At(m_dataStore.IndexOf(prop::Handle)).GetIf<std::uint32_t>() = handle;
   m_state = STATE_CREATED;
   m_activeAtCommit = GetActive();
 }

@@ -12,6 +12,7 @@ void Tm_prenamed_struct::clear(const char** names) {
     m_name_count = 0;
     while (names[m_name_count] != nullptr) ++m_name_count;
   }
+  reserve_members(static_cast<std::size_t>(m_name_count));
   m_last_index = -1;
   m_indexed_count = 0;
 }

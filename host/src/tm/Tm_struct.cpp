@@ -93,7 +93,9 @@ void Tm_struct::add_member_and_own(const char* name, Tm_value* value) {
 
 // Inline: every getter is this call plus a conversion, and records are read member by member.
 inline const Tm_slot& Tm_struct::value_named(const char* name, TMV type) const {
-  // Records are read member by member in order: try the member after the last one found first.
+  // Records are read member by member in order: try the member after the last one found first,
+  // and the first one again once a read has gone past the end.
+  if (static_cast<std::size_t>(m_next_lookup) >= m_members.size()) m_next_lookup = 0;
   const auto next = static_cast<std::size_t>(m_next_lookup);
   const Member* member = nullptr;
   if (m_unique_names && next < m_members.size() && name != nullptr && same_name(m_members[next].name, name)) {

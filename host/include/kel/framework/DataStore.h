@@ -10,6 +10,7 @@
 
 #include "kel/framework/MetaClass.h"
 #include "kel/framework/PropertyValue.h"
+#include "kel/framework/ValueSlot.h"
 
 namespace kel {
 namespace framework {
@@ -22,7 +23,7 @@ class CDataStore {
 
   // Slot of the property, or -1.
   int IndexOf(PropId id) const { return m_meta ? m_meta->FindPropertyIndex(id) : -1; }
-  const PropertyValue& GetValue(PropId id) const;
+  PropertyValue GetValue(PropId id) const;
 
   std::uint8_t GetU8(PropId id) const { return Get<std::uint8_t>(id, PropertyType::U8); }
   std::uint16_t GetU16(PropId id) const { return Get<std::uint16_t>(id, PropertyType::U16); }
@@ -38,22 +39,22 @@ class CDataStore {
   const PropertyDesc& Describe(PropId id, PropertyType type, bool checkType = true) const;
 
   // Host side: the value in a slot, for CScriptable's tracked writes.
-  PropertyValue& At(int index) { return m_values[static_cast<std::size_t>(index)]; }
-  const PropertyValue& At(int index) const { return m_values[static_cast<std::size_t>(index)]; }
+  CValueSlot& At(int index) { return m_values[static_cast<std::size_t>(index)]; }
+  const CValueSlot& At(int index) const { return m_values[static_cast<std::size_t>(index)]; }
 
  private:
   template <class T>
   const T& Get(PropId id, PropertyType type) const {
     const int index = IndexOf(id);
     if (index >= 0) {
-      if (const T* value = std::get_if<T>(&m_values[static_cast<std::size_t>(index)])) return *value;
+      if (const T* value = m_values[static_cast<std::size_t>(index)].GetIf<T>()) return *value;
     }
     ThrowAccessError(id, type);
   }
   [[noreturn]] void ThrowAccessError(PropId id, PropertyType type) const;
 
   const CMetaClass* m_meta = nullptr;
-  std::vector<PropertyValue> m_values;
+  std::vector<CValueSlot> m_values;
 };
 
 }  // namespace framework

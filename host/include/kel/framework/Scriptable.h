@@ -204,20 +204,23 @@ class CScriptable {
   void StoreValue(PropId id, const PropertyValue& value);
 
  private:
+  // A related object with its class beside it: lookups by class read one array, not the objects.
+  struct Related {
+    CScriptable* object;
+    const CMetaClass* meta;
+  };
   struct RelationSlot {
     RelationType type;
-    ScriptableVec objects;
-    // Each object's class, in the same order: lookups by class read the classes, which are few and
-    // stay in cache, instead of the objects.
-    std::vector<const CMetaClass*> classes;
+    std::vector<Related> related;
     std::vector<Handle> added;  // handles: an entry may outlive its object
     std::vector<Handle> removed;
 
     void Append(CScriptable& object);
     void Erase(const CScriptable& object);
     void Reorder(const ScriptableVec& ordered);
+    bool Contains(const CScriptable& object) const;
     // The place of the first object, from `from` on, whose class is classId or derives from it
-    // (any object for 0); objects.size() when there is none.
+    // (any object for 0); related.size() when there is none.
     std::size_t FindOfClass(ClassId classId, std::size_t from = 0) const;
   };
 
