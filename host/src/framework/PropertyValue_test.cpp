@@ -10,6 +10,7 @@
 
 #include "../testsupport/HostTestSupport.h"
 #include "kel/framework/Exceptions.h"
+#include "kel/framework/ValueSlot.h"
 
 namespace kel::framework::test {
 namespace {
@@ -63,6 +64,30 @@ TEST(PropertyValueTest, BadTextSaysWhatWasExpected) {
   }
   EXPECT_THAT(ThrownText<CKelLogicError>([] { ParsePropertyType("float"); }), HasSubstr("'float'"));
   EXPECT_EQ(ParsePropertyType("handles"), PropertyType::Handles);
+}
+
+// Objects keep their values in slots: every type comes back as it went in, texts and handle lists
+// are copied deeply, and a moved-from slot is left with nothing to free.
+TEST(PropertyValueTest, SlotsKeepEveryTypeAndCopyDeeply) {
+  const std::vector<PropertyValue> values = {std::uint8_t{200}, std::uint16_t{60000}, std::uint32_t{4000000000u},
+                                             std::uint64_t{1} << 60, true, -0.5, std::string(40, 'x'),
+                                             HandleList{3, 1, 2}};
+  for (const PropertyValue& value : values) {
+    CValueSlot slot(value);
+    EXPECT_EQ(slot.Type(), TypeOf(value));
+    EXPECT_EQ(slot.ToValue(), value);
+    EXPECT_TRUE(slot.Equals(value));
+    CValueSlot copy(slot);
+    copy.Assign(ZeroValue(TypeOf(value)));
+    EXPECT_EQ(slot.ToValue(), value) << "a copy stands alone";
+    EXPECT_FALSE(slot.Equals(copy.ToValue()));
+    CValueSlot moved(std::move(slot));
+    EXPECT_EQ(moved.ToValue(), value);
+  }
+  CValueSlot text(std::string("abc"));
+  *text.GetIf<std::string>() += "d";
+  EXPECT_EQ(text.ToValue(), PropertyValue(std::string("abcd")));
+  EXPECT_EQ(text.GetIf<double>(), nullptr);
 }
 
 }  // namespace
