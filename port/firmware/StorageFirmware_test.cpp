@@ -12,6 +12,7 @@ namespace {
 using BST_1_bll::StatusCode_t;
 using BST_1_bll::TestStatus_t;
 using kel::core::RpcFrameKind;
+using Timeline = std::vector<std::pair<std::string, std::int64_t>>;
 
 template <class Record>
 std::vector<unsigned> Keys(const std::map<unsigned, Record>& kept) {
@@ -58,45 +59,14 @@ TEST_F(FirmwareTest, KeepsAccessSpecsAndWorkersByHandle) {
   EXPECT_TRUE(m_firmware->Workers().empty());
 }
 
-TEST_F(FirmwareTest, LearnAnswersWithTheConfiguredTargets) {
-  Request(5, [](Message* m) { BST_1_bll::create_req_LearnTargets(m); });
-  const std::vector<Sent> sent = Take();
-  ASSERT_EQ(sent.size(), 1u);
-  StatusCode_t status = StatusCode_t::Max;
-  std::vector<BST_1_bll::TargetSpec_s> learnt;
-  BST_1_bll::parse_resp_LearnTargets(&sent[0].frame.message, &status, &learnt);
-  EXPECT_EQ(status, StatusCode_t::Success);
-  EXPECT_EQ(learnt, (std::vector<BST_1_bll::TargetSpec_s>{{0x8C000000u, "disk0", 32, false, 0, {512, 2'000'000, 0}, 0},
-                                                          {0x8A000000u, "disk1", 64, false, 0, {4096, 100'000, 0}, 0}}));
-}
-
-TEST_F(FirmwareTest, EndsWithLastFiguresThenStartReplyThenDone100Percent) {
-  Configure({"disk0"}, 1000, 1000);
-  Start(7, 3);
-  EXPECT_TRUE(Take().empty());  // answered only when the workers have finished
-  RunFor(3300);                 // setup 300 ms, then 3 s of recording
-  std::vector<std::pair<std::string, std::int64_t>> seen;
-  const std::vector<Sent> sent = Take();
-  for (const Sent& s : sent) seen.emplace_back(s.Name(), s.atMs);
-  ASSERT_EQ(seen, (std::vector<std::pair<std::string, std::int64_t>>{
-                      {"BST_1.TestNotification", 1000}, {"BST_1.TestResultsNotification", 1000},
-                      {"BST_1.TestNotification", 2000}, {"BST_1.TestResultsNotification", 2000},
-                      {"BST_1.TestNotification", 3000}, {"BST_1.TestResultsNotification", 3000},
-                      {"BST_1.TestResultsNotification", 3300}, {"BST_1.StartTest", 3300},
-                      {"BST_1.TestNotification", 3300}}));
-  EXPECT_EQ(ProgressOf(sent[8]), TestStatus_t::Done100Percent);
-  m_sent.assign(sent.begin() + 7, sent.begin() + 8);
-  EXPECT_EQ(StatusOf(7), StatusCode_t::Success);
-  RunFor(5000);
-  EXPECT_TRUE(Take().empty());
-}
-
-TEST_F(FirmwareTest, ProgressGoesThroughThePhasesAndDone100PercentOnlyAtTheEnd) {
-  Configure({"disk0"}, 50, -1);
+TEST_F(FirmwareTest, ProgressGoesThroughThePhasesThenLastFiguresStartReplyAndDone100Percent) {
+  Configure({"disk0"}, 50, 1000);
   Start(7, 1);  // phases of 100 ms, recording from 300 ms, quarters of 250 ms, end at 1300 ms
+  EXPECT_TRUE(Take().empty());  // answered only when the workers have finished
   RunFor(1300);
+  const std::vector<Sent> sent = Take();
   std::vector<std::pair<std::int64_t, TestStatus_t>> progress;
-  for (const Sent& s : Take()) {
+  for (const Sent& s : sent) {
     if (s.Name() == "BST_1.TestNotification") progress.emplace_back(s.atMs, ProgressOf(s));
   }
   ASSERT_EQ(progress.size(), 26u);  // every 50 ms while running, then the final one
@@ -106,7 +76,16 @@ TEST_F(FirmwareTest, ProgressGoesThroughThePhasesAndDone100PercentOnlyAtTheEnd) 
            {1050, TestStatus_t::Done75Percent}, {1250, TestStatus_t::Done75Percent}}) {
     EXPECT_NE(std::find(progress.begin(), progress.end(), sample), progress.end()) << sample.first;
   }
-  EXPECT_EQ(progress.back(), std::make_pair(std::int64_t{1300}, TestStatus_t::Done100Percent));
+  // The last figures, then the answer to the start, then Done100Percent, all at the end.
+  Timeline last;
+  for (auto s = sent.end() - 3; s != sent.end(); ++s) last.emplace_back(s->Name(), s->atMs);
+  EXPECT_EQ(last, (Timeline{{"BST_1.TestResultsNotification", 1300}, {"BST_1.StartTest", 1300},
+                            {"BST_1.TestNotification", 1300}}));
+  EXPECT_EQ(progress.back().second, TestStatus_t::Done100Percent);
+  m_sent = {sent[sent.size() - 2]};
+  EXPECT_EQ(StatusOf(7), StatusCode_t::Success);
+  RunFor(5000);
+  EXPECT_TRUE(Take().empty());
 }
 
 TEST_F(FirmwareTest, NotifiesOnlyWhileRegisteredAndATestRuns) {

@@ -56,13 +56,13 @@ class RpcManagerTest : public HostTest {
   core::CPort* m_port = nullptr;
   CRecorderMessenger* m_recorder = nullptr;
   Inbox m_inbox;
+  core::RpcDelegate m_delegate = m_inbox.Delegate();
 };
 
 TEST_F(RpcManagerTest, AReplyReachesItsDelegateOnTheLoopAndEndsAYield) {
-  core::RpcDelegate delegate = m_inbox.Delegate();
   Message request = Named("BST_1.LearnTargets");
   int cookie = 7;
-  const int id = CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, &cookie, 0, true);
+  const int id = CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &m_delegate, &cookie, 0, true);
   EXPECT_GE(id, 0);
   EXPECT_EQ(std::vector<std::string>{"BST_1.LearnTargets"}, m_recorder->ReceivedNames());
   EXPECT_TRUE(m_inbox.names.empty()) << "replies arrive on the event loop, not inside the send";
@@ -75,19 +75,18 @@ TEST_F(RpcManagerTest, AReplyReachesItsDelegateOnTheLoopAndEndsAYield) {
 }
 
 TEST_F(RpcManagerTest, UnreachablePortsTimeOutsAndLostPortsCallNoDelegate) {
-  core::RpcDelegate delegate = m_inbox.Delegate();
   Message request = Named("BST_1.StopTest");
   m_recorder->SetAnswer("");
-  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 1000, true), 0);
+  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &m_delegate, nullptr, 1000, true), 0);
   CTaskManager::Instance().RunFor(2000);
   EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount()) << "timed out";
 
-  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 0, true), 0);
+  EXPECT_GE(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &m_delegate, nullptr, 0, true), 0);
   m_recorder->SetConnected(false);
   CTaskManager::Instance().RunUntilIdle();
   EXPECT_FALSE(m_port->IsOnline());
   EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount()) << "a lost port's pending replies are dropped";
-  EXPECT_LT(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &delegate, nullptr, 0, true), 0);
+  EXPECT_LT(CRpcManager::Instance().SendAsyncMessage(*m_recorder, request, &m_delegate, nullptr, 0, true), 0);
   EXPECT_TRUE(m_inbox.names.empty());
 }
 
@@ -95,11 +94,10 @@ TEST_F(RpcManagerTest, NotificationsGoToTheRegistrationsOfTheirNameAndPort) {
   auto& otherPort = Make<core::CPort>(classid::Port);
   auto& other = static_cast<CRecorderMessenger&>(
       core::CPortChannels::Instance().Attach(otherPort, std::make_unique<CRecorderMessenger>()));
-  core::RpcDelegate delegate = m_inbox.Delegate();
   Message registration = Named("BST_1.RegisterTestStatusNotify");
   int id = 0;
   ASSERT_EQ(0, CRpcManager::Instance().RegisterForNotification(*m_recorder, registration, "BST_1.TestNotification",
-                                                               delegate, nullptr, &id,
+                                                               m_delegate, nullptr, &id,
                                                                core::NotificationRatePolicy::GetDefaultPolicy(), true));
   EXPECT_GT(id, 0);
   m_recorder->Notify(Named("BST_1.TestNotification"));

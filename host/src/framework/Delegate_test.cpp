@@ -60,13 +60,11 @@ TEST(FastDelegateTest, CallsConstNonConstAndVirtualMembers) {
   EXPECT_EQ(MakeDelegate(static_cast<Named*>(&renamed), &Named::Name)(0, 0), "renamed");
 }
 
-TEST(FastDelegateTest, EmptyOrNullDelegatesCannotBeCalled) {
+TEST(FastDelegateTest, EmptyOrNullDelegatesCannotBeMadeOrCalled) {
   Counter counter;
   IntDelegate bound(&counter, &Counter::Add);
-  EXPECT_TRUE(static_cast<bool>(bound));
   bound.clear();
-  EXPECT_TRUE(bound.empty());
-  EXPECT_FALSE(static_cast<bool>(bound));
+  EXPECT_TRUE(bound.empty() && !bound);
   EXPECT_EQ(ThrownText<CKelLogicError>([&] { bound(1, 2); }), "Call of an empty delegate");
 
   Counter* nobody = nullptr;
@@ -112,11 +110,8 @@ TEST(DelegateTest, KeepsOneOfEqualDelegatesRefusesEmptyOnesAndCopiesAreValues) {
   event.Remove(IntDelegate(&counter, &Counter::Add));
   EXPECT_EQ(event.Size(), 1u);
   EXPECT_EQ(copy.Size(), 2u);
-  EXPECT_NE(copy, event);
   event = copy;
   EXPECT_EQ(event, copy);
-  event.Clear();
-  EXPECT_TRUE(event.Empty());
 }
 
 // Records calls in a shared log, and can change the event it is subscribed to while called.

@@ -53,7 +53,6 @@ TEST_F(BaseProtocolTest, CacheKeepsEachObjectUnderItsLatestKindPerPort) {
   CScriptable& deleted = MakeConfig(&port);
   CScriptable& clean = MakeConfig(&port);
   CScriptable& local = MakeConfig(&port);
-  EXPECT_EQ(Cached(port, CBaseProtocol::OBJ_CREATED), none) << "nothing inserted, no set";
 
   protocol.InsertIntoCache(CScriptable::STATE_CREATED, &port, &created);
   protocol.InsertIntoCache(CScriptable::STATE_DELETED, &port, &deleted);

@@ -37,9 +37,9 @@ class Recorder : public Tm_visitor {
   std::string seen;
 };
 
-TEST(TmBackedArrayTest, ReadsOnlyWithItsOwnTypeAndInsideItsBounds) {
+TEST(TmBackedArrayTest, ReadsOnlyScalarsOfItsOwnTypeInsideItsBoundsAndRefusesEveryChange) {
   const Handles handles = {7, 8, 9};
-  const Referencing array(handles.begin(), 3);
+  Referencing array(handles.begin(), 3);
 
   EXPECT_EQ(array.get_member_uint32(2), 9u);
   EXPECT_EQ(failure_of([&] { array.get_member_uint32(3); }), "index 3 out of range [0, 2]");
@@ -49,11 +49,7 @@ TEST(TmBackedArrayTest, ReadsOnlyWithItsOwnTypeAndInsideItsBounds) {
   EXPECT_EQ(failure_of([&] { array.get_member_uint64(5); }), "type mismatch: got uint32, expected uint64");
   EXPECT_THROW(array.get_member_int8(0), Tm_type_mismatch_exception);
   EXPECT_THROW(array.get_member_uint32(3), Tm_out_of_range_exception);
-}
 
-TEST(TmBackedArrayTest, RefusesEveryChangeAndEveryNonScalarRead) {
-  const Handles handles = {1};
-  Referencing array(handles.begin(), 1);
   const std::vector<std::pair<std::string, std::function<void()>>> calls = {
       {"reserve", [&] { array.reserve(4); }},
       {"add_member", [&] { array.add_member(true); }},
@@ -73,7 +69,7 @@ TEST(TmBackedArrayTest, RefusesEveryChangeAndEveryNonScalarRead) {
   for (const auto& [operation, call] : calls) {
     EXPECT_EQ(failure_of(call), operation + "() is not supported by backed arrays");
   }
-  EXPECT_EQ(array.get_member_count(), 1);
+  EXPECT_EQ(array.get_member_count(), 3);
 }
 
 TEST(TmBackedArrayTest, TheCopyOutlivesTheVectorTheReferenceFollowsItAndEmptyIsEmpty) {

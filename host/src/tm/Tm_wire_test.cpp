@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "test/TmTestSupport.h"
 #include "tm/Tm_backed_array.h"
 #include "tm/Tm_exception.h"
 #include "tm/Tm_interned_name.h"
@@ -23,25 +22,14 @@ Bytes operator+(Bytes left, const Bytes& right) {
   return left;
 }
 
-Bytes repeat(const Bytes& part, int times) {
-  Bytes all;
-  for (int i = 0; i < times; ++i) all.insert(all.end(), part.begin(), part.end());
-  return all;
-}
-
 // Room after a cut-short message: the decoder refuses arrays that declare more items than the
 // input has bytes before it looks at them, and these tests are about later checks.
 Bytes with_room(const Bytes& bytes) { return bytes + Bytes(32, 0); }
 
-// "ok", or the text of the Tm_exception that refused the bytes; any other exception fails the test.
-std::string decode_outcome(const Bytes& bytes) {
-  try {
-    tm_decode(bytes);
-    return "ok";
-  } catch (const Tm_exception& error) {
-    return error.what();
-  }
-}
+const std::string kAccepted = "no exception";
+
+// The text of the Tm_exception that refused the bytes, or kAccepted.
+std::string decode_outcome(const Bytes& bytes) { return failure_of([&] { tm_decode(bytes); }); }
 
 const char* kRecordNames[] = {"handle", "rate", "TargetName", nullptr};
 
@@ -112,19 +100,11 @@ TEST_P(TmWireRoundTripTest, EveryValueComesBackWithItsExactType) {
   const Bytes bytes = tm_encode(built.message);
   Message decoded = tm_decode(bytes);
 
-  EXPECT_TRUE(decoded.equals(built.message));
-  // equals() is deep and type-exact; a few reads confirm it through the getters.
-  EXPECT_EQ(decoded.get_member_double(TMG_1, "double"), 3.0);
-  EXPECT_STREQ(decoded.get_member_array(TMG_1, "records")->get_member_struct(2)->get_member_string("TargetName"),
-               "target 2");
-  EXPECT_EQ(decoded.get_member_array(TMG_1, "mixed")->get_member_array(2)->get_member_uint32(1), 20u);
+  EXPECT_TRUE(decoded.equals(built.message));  // deep and type-exact
 
   EXPECT_EQ(decoded.get_use_send_member_string(), GetParam());
-  const Tm_catalog<std::string>& sent = *built.message.get_send_member_string(TMG_1);
-  const Tm_catalog<std::string>& received = *decoded.get_send_member_string(TMG_1);
-  ASSERT_EQ(received.size(), sent.size());
-  for (int i = 0; i < sent.size(); ++i) EXPECT_EQ(received.get(i), sent.get(i));
-  EXPECT_EQ(tm_encode(decoded), bytes) << "a decoded message encodes to the same bytes";
+  EXPECT_EQ(decoded.get_send_member_string(TMG_1)->size(), built.message.get_send_member_string(TMG_1)->size());
+  EXPECT_EQ(tm_encode(decoded), bytes) << "a decoded message, catalog included, encodes to the same bytes";
 }
 
 INSTANTIATE_TEST_SUITE_P(CatalogOffAndOn, TmWireRoundTripTest, ::testing::Bool());
@@ -175,14 +155,14 @@ const Bytes kGroupWithArrayA = {0x94, 0xc0, 0x91, 0xa1, 'a', 0x91, 0x92, 0x00, 0
 
 // A message whose member "a" is an array holding arrays `depth` levels deep.
 Bytes nested_arrays(int depth) {
-  const Bytes array_of_one_array = {0x93, 0xc4, 0x01, 0x0d, 0xc4, 0x00};
-  const Bytes empty_array = {0x92, 0xc4, 0x00, 0xc4, 0x00};
-  return kHead + kEmptyGroup + kGroupWithArrayA + repeat(array_of_one_array, depth - 1) + empty_array;
+  Bytes bytes = kHead + kEmptyGroup + kGroupWithArrayA;
+  for (int level = 1; level < depth; ++level) bytes.insert(bytes.end(), {0x93, 0xc4, 0x01, 0x0d, 0xc4, 0x00});
+  return bytes + Bytes{0x92, 0xc4, 0x00, 0xc4, 0x00};
 }
 
 TEST(TmWireTest, NestingIsLimitedBothWays) {
   // The message, its group and its members take three levels.
-  EXPECT_EQ(decode_outcome(nested_arrays(61)), "ok");
+  EXPECT_EQ(decode_outcome(nested_arrays(61)), kAccepted);
   EXPECT_EQ(decode_outcome(nested_arrays(62)), "wire: nesting deeper than 64");
   EXPECT_EQ(decode_outcome(nested_arrays(10000)), "wire: nesting deeper than 64");
 
@@ -194,17 +174,12 @@ TEST(TmWireTest, NestingIsLimitedBothWays) {
     array->add_member_and_own(inner);
     array = inner;
   }
-  try {
-    tm_encode(deep);
-    FAIL() << "encoded a message nested 65 deep";
-  } catch (const Tm_exception& error) {
-    EXPECT_STREQ(error.what(), "wire: nesting deeper than 64");
-  }
+  EXPECT_EQ(failure_of([&] { tm_encode(deep); }), "wire: nesting deeper than 64");
 }
 
 TEST(TmWireTest, MalformedLayoutsAreNamed) {
   const Bytes valid = kHead + kEmptyGroup + kEmptyGroup;
-  ASSERT_EQ(decode_outcome(valid), "ok");
+  ASSERT_EQ(decode_outcome(valid), kAccepted);
 
   EXPECT_EQ(decode_outcome({}), "wire: truncated message");
   EXPECT_EQ(decode_outcome({0xc1}), "wire: byte 0 does not start a msgpack value");
@@ -251,7 +226,7 @@ TEST(TmWireTest, EveryTruncationIsRefused) {
   const Bytes bytes = tm_encode(Every_kind(true).message);
   for (std::size_t length = 0; length < bytes.size(); ++length) {
     const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
-    EXPECT_NE(decode_outcome(cut), "ok") << "cut at " << length;
+    EXPECT_NE(decode_outcome(cut), kAccepted) << "cut at " << length;
   }
 }
 
@@ -264,7 +239,8 @@ void expect_refused_or_stable(const Bytes& bytes) {
   }
 }
 
-TEST(TmWireTest, FlippedAndRandomBytesAreRefusedOrDecodeToAStableMessage) {
+// Random bytes are the wire decoder fuzz target's job; flipped bits reach every check here.
+TEST(TmWireTest, FlippedBytesAreRefusedOrDecodeToAStableMessage) {
   const Bytes bytes = tm_encode(Every_kind(false).message);
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     for (const unsigned char mask : {0x01, 0x10, 0x80, 0xff}) {
@@ -272,14 +248,6 @@ TEST(TmWireTest, FlippedAndRandomBytesAreRefusedOrDecodeToAStableMessage) {
       flipped[at] ^= mask;
       expect_refused_or_stable(flipped);
     }
-  }
-  std::mt19937 random(20240229);
-  for (int round = 0; round < 20000; ++round) {
-    Bytes junk(random() % 301);
-    for (unsigned char& value : junk) value = static_cast<unsigned char>(random());
-    // Random bytes rarely start a message; start most of them right to reach deeper checks.
-    if (round % 2 == 0 && junk.size() > 5) std::copy(kHead.begin(), kHead.end(), junk.begin());
-    expect_refused_or_stable(junk);
   }
 }
 

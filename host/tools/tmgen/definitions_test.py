@@ -25,14 +25,12 @@ fields = [{ name = "handle", type = "uint32" }]
 """
 
 
-class MalformedDefinitions(unittest.TestCase):
+class Definitions(unittest.TestCase):
     def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.root = Path(self.folder.name)
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = Path(folder.name)
         (self.root / "base.toml").write_text(USED_SET)
-
-    def tearDown(self):
-        self.folder.cleanup()
 
     def load(self, text: str) -> definitions.MessageSet:
         path = self.root / "demo.toml"
@@ -85,31 +83,23 @@ class MalformedDefinitions(unittest.TestCase):
                 self.assert_refused(text + "\n", *expected)
 
 
-class WellFormedDefinitions(unittest.TestCase):
     def test_records_come_after_the_records_they_hold(self):
-        with tempfile.TemporaryDirectory() as folder:
-            root = Path(folder)
-            (root / "base.toml").write_text(USED_SET)
-            (root / "demo.toml").write_text(textwrap.dedent("""
-                set = "demo"
-                namespace = "demo_bll"
-                uses = ["base"]
+        message_set = self.load("""
+            [[record]]
+            name = "Outer"
+            fields = [{ name = "inner", type = "Inner[]" }, { name = "head", type = "base.Head" }]
 
-                [[record]]
-                name = "Outer"
-                fields = [{ name = "inner", type = "Inner[]" }, { name = "head", type = "base.Head" }]
+            [[record]]
+            name = "Inner"
+            fields = [{ name = "level", type = "base.Level", as = "text" }]
+            """)
+        self.assertEqual([record.name for record in message_set.records], ["Inner", "Outer"])
 
-                [[record]]
-                name = "Inner"
-                fields = [{ name = "level", type = "base.Level", as = "text" }]
-                """))
-            message_set = definitions.load(root / "demo.toml")
-            self.assertEqual([record.name for record in message_set.records], ["Inner", "Outer"])
-
-            self.assertEqual(tmgen.main([str(root / "demo.toml"), "--output-dir", str(root / "out"),
-                                         "--depfile", str(root / "demo.d")]), 0)
-            self.assertTrue((root / "out" / "demo.h").is_file())
-            self.assertIn(str(root / "base.toml"), (root / "demo.d").read_text())
+        root = self.root
+        self.assertEqual(tmgen.main([str(root / "demo.toml"), "--output-dir", str(root / "out"),
+                                     "--depfile", str(root / "demo.d")]), 0)
+        self.assertTrue((root / "out" / "demo.h").is_file())
+        self.assertIn(str(root / "base.toml"), (root / "demo.d").read_text())
 
 
 if __name__ == "__main__":

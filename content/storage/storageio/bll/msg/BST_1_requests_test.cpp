@@ -38,7 +38,7 @@ class BST_1Requests : public ::testing::TestWithParam<bool> {
 
 INSTANTIATE_TEST_SUITE_P(CopyFlag, BST_1Requests, ::testing::Bool());
 
-TEST_P(BST_1Requests, AccessSpecsArriveAsBuilt) {
+TEST_P(BST_1Requests, AccessSpecsAndWorkersWithTheirTargetsArriveAsBuilt) {
   const auto specs = codec_test::access_specs();
   std::vector<BST_1_bll::AccessSpec_s> read{{1, 1, {}}};
 
@@ -49,19 +49,15 @@ TEST_P(BST_1Requests, AccessSpecsArriveAsBuilt) {
   BST_1_bll::create_req_UpdateAccessSpecs(&message, {specs[1]}, copy());
   read_back("UpdateAccessSpecs", BST_1_port::parse_req_UpdateAccessSpecs, &read);
   EXPECT_EQ(read, std::vector<BST_1_bll::AccessSpec_s>{specs[1]});
-}
 
-TEST_P(BST_1Requests, WorkersWithTheirTargetsArriveAsBuilt) {
   const auto workers = codec_test::worker_configs();
-  std::vector<BST_1_bll::WorkerConfig_s> read;
-
+  std::vector<BST_1_bll::WorkerConfig_s> read_workers;
   BST_1_bll::create_req_AddWorkers(&message, workers, copy());
-  read_back("AddWorkers", BST_1_port::parse_req_AddWorkers, &read);
-  EXPECT_EQ(read, workers);
-
+  read_back("AddWorkers", BST_1_port::parse_req_AddWorkers, &read_workers);
+  EXPECT_EQ(read_workers, workers);
   BST_1_bll::create_req_UpdateWorkers(&message, workers, copy());
-  read_back("UpdateWorkers", BST_1_port::parse_req_UpdateWorkers, &read);
-  EXPECT_EQ(read, workers);
+  read_back("UpdateWorkers", BST_1_port::parse_req_UpdateWorkers, &read_workers);
+  EXPECT_EQ(read_workers, workers);
 }
 
 TEST_P(BST_1Requests, HandleListsArriveAsBuilt) {
@@ -80,13 +76,11 @@ TEST_P(BST_1Requests, HandleListsArriveAsBuilt) {
   unsigned long duration = 0;
   BST_1_bll::create_req_StartTest(&message, handles, 3'600'000'000ul, copy());
   read_back("StartTest", BST_1_port::parse_req_StartTest, &read, &duration);
-  EXPECT_EQ(read, handles);
-  EXPECT_EQ(duration, 3'600'000'000ul);
+  EXPECT_EQ(std::make_pair(read, duration), std::make_pair(handles, 3'600'000'000ul));
 
   BST_1_bll::create_req_StartTest(&message, {}, 60, copy());  // no workers: still the list and the duration
   read_back("StartTest", BST_1_port::parse_req_StartTest, &read, &duration);
-  EXPECT_TRUE(read.empty());
-  EXPECT_EQ(duration, 60u);
+  EXPECT_EQ(std::make_pair(read, duration), std::make_pair(std::vector<unsigned int>{}, 60ul));
 }
 
 TEST_P(BST_1Requests, ScalarRequestsArriveAsBuilt) {
@@ -105,11 +99,8 @@ TEST_P(BST_1Requests, ScalarRequestsArriveAsBuilt) {
   BST_1_bll::create_req_SetDebugSettings(&message, 0x11, 1, 0xF0F0, 1 << 20, 5, copy());
   read_back("SetDebugSettings", BST_1_port::parse_req_SetDebugSettings, &change_mask, &trace_on, &trace_mask,
                                          &log_size, &log_files);
-  EXPECT_EQ(change_mask, 0x11u);
-  EXPECT_EQ(trace_on, 1);
-  EXPECT_EQ(trace_mask, 0xF0F0u);
-  EXPECT_EQ(log_size, 1u << 20);
-  EXPECT_EQ(log_files, 5);
+  EXPECT_EQ(std::make_tuple(change_mask, trace_on, trace_mask, log_size, log_files),
+            std::make_tuple(0x11u, static_cast<unsigned char>(1), 0xF0F0u, 1u << 20, static_cast<unsigned char>(5)));
 }
 
 TEST(BST_1RequestsWithoutMembers, CarryOnlyTheirNameAndReplaceEarlierMembers) {
@@ -169,8 +160,7 @@ TEST(BST_1PortRequestParsers, RejectAResponseBeforeWritingAnyOutput) {
   std::vector<unsigned int> handles{4};
   unsigned long duration = 8;
   EXPECT_THROW(BST_1_port::parse_req_StartTest(&message, &handles, &duration), Tm_type_mismatch_exception);
-  EXPECT_EQ(handles, std::vector<unsigned int>{4});
-  EXPECT_EQ(duration, 8u);
+  EXPECT_EQ(std::make_pair(handles, duration), std::make_pair(std::vector<unsigned int>{4}, 8ul));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // What the ports receive when the configuration is applied through the host's apply command.
 
+#include <gmock/gmock.h>
+
 #include "test/StorageIOApplyTest.h"
 
 namespace kel {
@@ -23,24 +25,23 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   UseProfile(b1, fast);
   CStorageWorkerProfile& standard = *protocol().GetDefaultProfile();
 
+  const Handles both = Sorted({standard.GetHandle(), fast.GetHandle()});
+  const Handles fastOnly = {fast.GetHandle()};
+
   Apply();
-  ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(portA));
-  const AccessSpecs specs = AccessSpecsOf(Request(portA, 0));
-  EXPECT_EQ(Sorted({standard.GetHandle(), fast.GetHandle()}), Sorted(ProfileHandlesOf(specs)));
-  for (const auto& spec : specs) {
+  ASSERT_EQ((Requests{{"BST_1.AddAccessSpecs", both},
+                      {"BST_1.AddWorkers", Sorted({a1.GetHandle(), a2.GetHandle(), a3.GetHandle()})}}),
+            Received(portA));
+  for (const auto& spec : AccessSpecsOf(Request(portA, 0))) {
     EXPECT_EQ(100u, spec.OfSize);
     const bool isFast = spec.profileHandle == fast.GetHandle();
     EXPECT_EQ(isFast ? 65536u : 4096u, spec.workerProfile.TransferRequestSize);
     EXPECT_EQ(!isFast, spec.workerProfile.IsDefaultProfile);
   }
-  const WorkerConfigs workers = WorkersOf(Request(portA, 1));
-  EXPECT_EQ(Sorted({a1.GetHandle(), a2.GetHandle(), a3.GetHandle()}), Sorted(WorkerHandlesOf(workers)));
-  for (const auto& worker : workers) {
+  for (const auto& worker : WorkersOf(Request(portA, 1))) {
     EXPECT_EQ(worker.handle == a3.GetHandle() ? fast.GetHandle() : standard.GetHandle(), worker.profileHandle);
   }
-  ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(portB));
-  EXPECT_EQ(Handles{fast.GetHandle()}, ProfileHandlesOf(AccessSpecsOf(Request(portB, 0))));
-  EXPECT_EQ(Handles{b1.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portB, 1))));
+  EXPECT_EQ((Requests{{"BST_1.AddAccessSpecs", fastOnly}, {"BST_1.AddWorkers", {b1.GetHandle()}}}), Received(portB));
 
   ApplyAfresh();
   EXPECT_TRUE(NothingSent()) << "the commit left everything clean";
@@ -50,14 +51,14 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   a1.Set(0x86002005, 8u);
   CStorageWorkerConfig& a4 = MakeWorker(portA, "A4");
   ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.AddWorkers", "BST_1.UpdateAccessSpecs", "BST_1.UpdateWorkers"}), Sent(portA));
-  EXPECT_EQ(Handles{a4.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portA, 0))));
-  const AccessSpecs updated = AccessSpecsOf(Request(portA, 1));
-  ASSERT_EQ(Handles{fast.GetHandle()}, ProfileHandlesOf(updated));
-  EXPECT_EQ(100u, updated[0].OfSize);
-  EXPECT_EQ(4u, updated[0].workerProfile.BurstLength);
-  EXPECT_EQ(Handles{a1.GetHandle()}, WorkerHandlesOf(WorkersOf(Request(portA, 2))));
-  EXPECT_EQ((Names{"BST_1.UpdateAccessSpecs"}), Sent(portB));
+  ASSERT_EQ((Requests{{"BST_1.AddWorkers", {a4.GetHandle()}},
+                      {"BST_1.UpdateAccessSpecs", fastOnly},
+                      {"BST_1.UpdateWorkers", {a1.GetHandle()}}}),
+            Received(portA));
+  const BST_1_bll::AccessSpec_s updated = AccessSpecsOf(Request(portA, 1)).at(0);
+  EXPECT_EQ(100u, updated.OfSize);
+  EXPECT_EQ(4u, updated.workerProfile.BurstLength);
+  EXPECT_EQ((Requests{{"BST_1.UpdateAccessSpecs", fastOnly}}), Received(portB));
 
   ApplyAfresh();
   EXPECT_TRUE(NothingSent());
@@ -71,37 +72,26 @@ TEST_F(StorageIOApplyPathTest, AWorkerWithThreeTargetsGivesOneConfigWithThreeTar
   worker.Set(0x86002005, 16u);
   worker.Set(0x86002006, true);
   worker.Set(0x86002007, 5u);
-  CStorageDiscoveredTargets& disk = MakeTarget(worker, "PhysicalDrive1", 0x8c000000, 512);
-  CStorageDiscoveredTargets& volume = MakeTarget(worker, "C:", 0x8a000000, 4096);
-  CStorageDiscoveredTargets& generic = MakeTarget(worker, "sdc", 0x88000000, 512);
-  CStorageWorkerConfig& bare = MakeWorker(port, "Bare");
+  const CStorageDiscoveredTargets* targets[] = {&MakeTarget(worker, "PhysicalDrive1", 0x8c000000, 512),
+                                                &MakeTarget(worker, "C:", 0x8a000000, 4096),
+                                                &MakeTarget(worker, "sdc", 0x88000000, 512)};
 
   Apply();
   ASSERT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(port));
-  WorkerConfigs configs = WorkersOf(Request(port, 1));
-  ASSERT_EQ(2u, configs.size());
-  if (configs[0].handle != worker.GetHandle()) std::swap(configs[0], configs[1]);
-  EXPECT_EQ(bare.GetHandle(), configs[1].handle);
-  EXPECT_TRUE(configs[1].targetSpec.empty()) << "a worker without targets is sent with none";
-
-  const BST_1_bll::WorkerConfig_s& config = configs[0];
-  EXPECT_EQ(protocol().GetDefaultProfile()->GetHandle(), config.profileHandle);
-  ASSERT_EQ(3u, config.targetSpec.size());
-  const struct {
-    const CStorageDiscoveredTargets* target;
-    const char* name;
-    unsigned int type;
-    unsigned int sectorSize;
-  } expected[] = {{&disk, "PhysicalDrive1", 0x8c000000, 512},
-                  {&volume, "C:", 0x8a000000, 4096},
-                  {&generic, "sdc", 0x88000000, 512}};
+  const WorkerConfigs configs = WorkersOf(Request(port, 1));
+  ASSERT_EQ(1u, configs.size());
+  EXPECT_EQ(protocol().GetDefaultProfile()->GetHandle(), configs[0].profileHandle);
+  ASSERT_EQ(3u, configs[0].targetSpec.size());
+  const Names names = {"PhysicalDrive1", "C:", "sdc"};
+  const unsigned int types[] = {0x8c000000, 0x8a000000, 0x88000000};
+  const unsigned int sectorSizes[] = {512, 4096, 512};
   for (std::size_t i = 0; i < 3; ++i) {
-    const BST_1_bll::TargetSpec_s& spec = config.targetSpec[i];
-    SCOPED_TRACE(expected[i].name);
-    EXPECT_EQ(expected[i].name, spec.TargetName) << "relation order";
-    EXPECT_EQ(expected[i].type, spec.Type);
-    EXPECT_EQ(expected[i].sectorSize, spec.DiskSpecification.SectorSize);
-    EXPECT_EQ(expected[i].target->GetHandle(), spec.BllHandle);
+    const BST_1_bll::TargetSpec_s& spec = configs[0].targetSpec[i];
+    SCOPED_TRACE(names[i]);
+    EXPECT_EQ(names[i], spec.TargetName) << "relation order";
+    EXPECT_EQ(types[i], spec.Type);
+    EXPECT_EQ(sectorSizes[i], spec.DiskSpecification.SectorSize);
+    EXPECT_EQ(targets[i]->GetHandle(), spec.BllHandle);
     EXPECT_EQ(16u, spec.QueueDepth);
     EXPECT_TRUE(spec.EnableTestConnectionRate);
     EXPECT_EQ(5u, spec.TransactionsPerConnection);
@@ -126,19 +116,15 @@ TEST_F(StorageIOApplyPathTest, WhileATestRunsOnlyDeletionsAreSentAndTheRestWaits
   const framework::Handle leavingHandle = leaving.GetHandle();
   leaving.MarkDelete(true, true);
   ApplyAfresh();
-  EXPECT_EQ((Names{"BST_1.DeleteWorkers"}), Sent(portA));
-  EXPECT_EQ(Handles{leavingHandle}, DeletedHandlesOf(Request(portA, 0)));
+  EXPECT_EQ((Requests{{"BST_1.DeleteWorkers", {leavingHandle}}}), Received(portA));
   EXPECT_TRUE(Sent(portB).empty());
   EXPECT_EQ(CScriptable::STATE_MODIFIED, fast.GetObjectState()) << "a profile is not committed during a test";
   EXPECT_EQ(CScriptable::STATE_CREATED, added.GetObjectState()) << "nor is a target";
 
   protocol().SetTestInProgress(false);
   ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(portA));
-  const WorkerConfigs workers = WorkersOf(Request(portA, 0));
-  ASSERT_EQ(1u, workers.size());
-  EXPECT_EQ(growing.GetHandle(), workers[0].handle);
-  EXPECT_EQ(2u, workers[0].targetSpec.size());
+  ASSERT_EQ((Requests{{"BST_1.UpdateWorkers", {growing.GetHandle()}}}), Received(portA));
+  EXPECT_EQ(2u, WorkersOf(Request(portA, 0)).at(0).targetSpec.size());
   ASSERT_EQ((Names{"BST_1.UpdateAccessSpecs"}), Sent(portB));
   EXPECT_EQ(65536u, AccessSpecsOf(Request(portB, 0)).at(0).workerProfile.TransferRequestSize);
 
@@ -161,9 +147,7 @@ TEST_F(StorageIOApplyPathTest, DeleteAllSendsTwoEmptyDeletesToAnOnlinePortOnly) 
   Recorder(port).SetConnected(true);
   framework::CTaskManager::Instance().RunUntilIdle();
   ASSERT_TRUE(port.IsOnline());
-  ASSERT_EQ((Names{"BST_1.DeleteAccessSpecs", "BST_1.DeleteWorkers"}), Sent(port));
-  EXPECT_TRUE(DeletedHandlesOf(Request(port, 0)).empty());
-  EXPECT_TRUE(DeletedHandlesOf(Request(port, 1)).empty());
+  EXPECT_EQ((Requests{{"BST_1.DeleteAccessSpecs", {}}, {"BST_1.DeleteWorkers", {}}}), Received(port));
   ApplyAfresh();
   EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.UpdateWorkers"}), Sent(port)) << "and then gets it all again";
 
@@ -181,19 +165,23 @@ TEST_F(StorageIOApplyPathTest, BrokenInvariantsThrowTheAssertionTextsAndSendNoth
   core::CPort& port = MakePort("Port A");
   CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
   CStorageWorkerProfile& profile = *protocol().GetDefaultProfile();
-  EXPECT_EQ("Assertion Failed: Null obj passed into CStorageIOProtocol::BuildAddModifyObjectMap  Expression: obj "
-            "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 490",
-            LogicErrorText([&] { protocol().BuildAddModifyObjectMap(port, nullptr); }));
-  EXPECT_EQ("Assertion Failed: CStorageIOProtocol::BuildAddModifyObjectMap must get object of type "
-            "STORAGEIO_StorageWorkerConfig Expression: obj->IsTypeOf(STORAGEIO_StorageWorkerConfig) "
-            "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 492",
-            LogicErrorText([&] { protocol().BuildAddModifyObjectMap(port, &profile); }));
+  using ::testing::ThrowsMessage;
+  EXPECT_THAT([&] { protocol().BuildAddModifyObjectMap(port, nullptr); },
+              ThrowsMessage<framework::CKelLogicError>(
+                  "Assertion Failed: Null obj passed into CStorageIOProtocol::BuildAddModifyObjectMap  Expression: obj "
+                  "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 490"));
+  EXPECT_THAT([&] { protocol().BuildAddModifyObjectMap(port, &profile); },
+              ThrowsMessage<framework::CKelLogicError>(
+                  "Assertion Failed: CStorageIOProtocol::BuildAddModifyObjectMap must get object of type "
+                  "STORAGEIO_StorageWorkerConfig Expression: obj->IsTypeOf(STORAGEIO_StorageWorkerConfig) "
+                  "File: content/storage/storageio/bll/src/StorageIOProtocol Line: 492"));
 
   worker.RemoveObject(profile, framework::RelationType(kWorkerToProfile));
   const CStorageIOProtocol::ConfigSet workers{&worker};
-  EXPECT_EQ("Assertion Failed: CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile "
-            "Expression: profile File: content/storage/storageio/bll/src/StorageIOProtocol Line: 604",
-            LogicErrorText([&] { protocol().BuildAndSendWorkerMessage(workers, CStorageIOProtocol::OBJ_CREATED, port); }));
+  EXPECT_THAT([&] { protocol().BuildAndSendWorkerMessage(workers, CStorageIOProtocol::OBJ_CREATED, port); },
+              ThrowsMessage<framework::CKelLogicError>(
+                  "Assertion Failed: CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile "
+                  "Expression: profile File: content/storage/storageio/bll/src/StorageIOProtocol Line: 604"));
   EXPECT_TRUE(Sent(port).empty());
 
   // Among the profiles, an object of another class is only logged.

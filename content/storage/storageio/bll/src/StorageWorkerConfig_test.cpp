@@ -24,13 +24,20 @@ class StorageWorkerConfigTest : public StorageIOApplyTest {
   }
 };
 
-TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMore) {
+TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMoreUnlessItIsDeletedLocal) {
   core::CPort& port = MakePort("Port A");
   CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
   CStorageDiscoveredTargets& first = MakeTarget(worker, "Disk 1");
   MakeTarget(worker, "Disk 2");
   Apply();
-  ASSERT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
+  // Each change goes out as one update with the worker's targets now, and is committed by it.
+  const auto expectUpdateWith = [&](const Names& targets) {
+    ApplyAfresh();
+    ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(port));
+    EXPECT_EQ(targets, TargetNamesOf(Request(port, 0)));
+    ApplyAfresh();
+    EXPECT_TRUE(NothingSent());
+  };
 
   // Being the target's parent is not using it: only the worker-to-target relation counts.
   auto& third = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
@@ -38,45 +45,28 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
   EXPECT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   ASSERT_TRUE(worker.AddObject(third, RelationType(kWorkerToTarget)));
   EXPECT_EQ(CScriptable::STATE_MODIFIED, worker.GetObjectState());
-  ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(port));
-  EXPECT_EQ((Names{"Disk 1", "Disk 2", "Disk 3"}), TargetNamesOf(Request(port, 0)));
-  ApplyAfresh();
-  EXPECT_TRUE(NothingSent());
+  expectUpdateWith({"Disk 1", "Disk 2", "Disk 3"});
 
   ASSERT_TRUE(worker.RemoveObject(first, RelationType(kWorkerToTarget)));
   EXPECT_EQ(CScriptable::STATE_MODIFIED, worker.GetObjectState());
-  ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(port));
-  EXPECT_EQ((Names{"Disk 2", "Disk 3"}), TargetNamesOf(Request(port, 0)));
-  ApplyAfresh();
-  EXPECT_TRUE(NothingSent());
+  expectUpdateWith({"Disk 2", "Disk 3"});
 
   // A changed target sends its clean worker once more and is committed with it.
   third.Set(0x86003003, std::string("Disk 3 renamed"));
   ASSERT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
-  ApplyAfresh();
-  ASSERT_EQ((Names{"BST_1.UpdateWorkers"}), Sent(port));
-  EXPECT_EQ((Names{"Disk 2", "Disk 3 renamed"}), TargetNamesOf(Request(port, 0)));
+  expectUpdateWith({"Disk 2", "Disk 3 renamed"});
   EXPECT_EQ(CScriptable::STATE_CLEAN, third.GetObjectState());
-  ApplyAfresh();
-  EXPECT_TRUE(NothingSent());
-}
 
-TEST_F(StorageWorkerConfigTest, ADeletedLocalWorkerIsSkippedWithAWarningAtEveryApply) {
-  core::CPort& port = MakePort("Port A");
-  CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
-  Apply();
-
+  // A Deleted_Local worker is skipped with a warning at every apply, neither updated nor deleted.
   worker.Set(0x86002005, 4u);
   worker.SetObjectState(CScriptable::STATE_DELETED_LOCAL);
-  for (int apply = 1; apply <= 2; ++apply) {
+  const std::string warning =
+      "Trying to access wokerConfig whose state is Deleted or Deleted_Local. Skipping the config";
+  for (std::size_t apply = 1; apply <= 2; ++apply) {
     ApplyAfresh();
-    EXPECT_TRUE(Sent(port).empty()) << "apply " << apply << ": neither an update nor a delete";
-    EXPECT_EQ(static_cast<std::size_t>(apply),
-              m_log->Messages("content.storage.storageio", framework::LOG_LEVEL_WARN).size());
-    EXPECT_TRUE(m_log->Contains("content.storage.storageio",
-                                "Trying to access wokerConfig whose state is Deleted or Deleted_Local. Skipping the config"));
+    EXPECT_TRUE(Sent(port).empty()) << "apply " << apply;
+    EXPECT_EQ(std::vector<std::string>(apply, warning),
+              m_log->Messages("content.storage.storageio", framework::LOG_LEVEL_WARN));
     EXPECT_EQ(CScriptable::STATE_DELETED_LOCAL, worker.GetObjectState());
   }
 }
@@ -106,9 +96,6 @@ TEST_F(StorageWorkerConfigTest, ACleanWorkerReportsTargetAndProfileChangesSinceI
   CStorageDiscoveredTargets& first = MakeTarget(worker, "Disk 1");
   Apply();
   ScriptableVec dirty;
-  EXPECT_EQ(CScriptable::STATE_CLEAN, worker.ProcessConfigForCache(dirty));
-  EXPECT_TRUE(dirty.empty());
-
   CStorageDiscoveredTargets& second = MakeTarget(worker, "Disk 2");
   worker.SetObjectState(CScriptable::STATE_CLEAN);
   EXPECT_EQ(CScriptable::STATE_MODIFIED, worker.ProcessConfigForCache(dirty));

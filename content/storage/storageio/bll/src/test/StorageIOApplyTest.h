@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "StorageDiscoveredTargets.h"
@@ -50,33 +51,24 @@ using Names = std::vector<std::string>;
 // The records of an "AddAccessSpecs" or "UpdateAccessSpecs" request.
 inline AccessSpecs AccessSpecsOf(const Message& request) {
   AccessSpecs specs;
-  if (request.get_request_name() == "BST_1.UpdateAccessSpecs") {
-    BST_1_port::parse_req_UpdateAccessSpecs(&request, &specs);
-  } else {
-    BST_1_port::parse_req_AddAccessSpecs(&request, &specs);
-  }
+  const bool update = request.get_request_name() == "BST_1.UpdateAccessSpecs";
+  (update ? BST_1_port::parse_req_UpdateAccessSpecs : BST_1_port::parse_req_AddAccessSpecs)(&request, &specs);
   return specs;
 }
 
 // The records of an "AddWorkers" or "UpdateWorkers" request.
 inline WorkerConfigs WorkersOf(const Message& request) {
   WorkerConfigs workers;
-  if (request.get_request_name() == "BST_1.UpdateWorkers") {
-    BST_1_port::parse_req_UpdateWorkers(&request, &workers);
-  } else {
-    BST_1_port::parse_req_AddWorkers(&request, &workers);
-  }
+  const bool update = request.get_request_name() == "BST_1.UpdateWorkers";
+  (update ? BST_1_port::parse_req_UpdateWorkers : BST_1_port::parse_req_AddWorkers)(&request, &workers);
   return workers;
 }
 
 // The handles of a "DeleteAccessSpecs" or "DeleteWorkers" request.
 inline Handles DeletedHandlesOf(const Message& request) {
   Handles handles;
-  if (request.get_request_name() == "BST_1.DeleteWorkers") {
-    BST_1_port::parse_req_DeleteWorkers(&request, &handles);
-  } else {
-    BST_1_port::parse_req_DeleteAccessSpecs(&request, &handles);
-  }
+  const bool workers = request.get_request_name() == "BST_1.DeleteWorkers";
+  (workers ? BST_1_port::parse_req_DeleteWorkers : BST_1_port::parse_req_DeleteAccessSpecs)(&request, &handles);
   return handles;
 }
 
@@ -98,16 +90,14 @@ inline Handles Sorted(Handles handles) {
   return handles;
 }
 
-// The text of the CKelLogicError that `action` throws; "" (and a test failure) when it throws none.
-template <class Action>
-std::string LogicErrorText(Action action) {
-  try {
-    action();
-  } catch (const framework::CKelLogicError& error) {
-    return error.GetMessage();
-  }
-  ADD_FAILURE() << "no CKelLogicError";
-  return "";
+// A configuration request in brief: its name and the handles it carries, sorted (the profiles of
+// access specs, the workers of worker configs, what a delete names).
+using Requests = std::vector<std::pair<std::string, Handles>>;
+inline Requests::value_type InBrief(const Message& request) {
+  const std::string& name = request.get_request_name();
+  if (name.find(".Delete") != std::string::npos) return {name, Sorted(DeletedHandlesOf(request))};
+  if (name.find("AccessSpecs") != std::string::npos) return {name, Sorted(ProfileHandlesOf(AccessSpecsOf(request)))};
+  return {name, Sorted(WorkerHandlesOf(WorkersOf(request)))};
 }
 
 class StorageIOApplyTest : public StorageIOTest {
@@ -213,6 +203,12 @@ class StorageIOApplyTest : public StorageIOTest {
   }
 
   Names Sent(const core::CPort& port) { return Recorder(port).ReceivedNames(); }
+  // The configuration requests the port received, in brief.
+  Requests Received(const core::CPort& port) {
+    Requests requests;
+    for (const Message& request : Recorder(port).Received()) requests.push_back(InBrief(request));
+    return requests;
+  }
   const Message& Request(const core::CPort& port, std::size_t index) { return Recorder(port).Received().at(index); }
   // True when no port received anything.
   bool NothingSent() {
