@@ -204,8 +204,13 @@ std::string CScriptable::GetClassName() const { return m_meta ? m_meta->GetName(
 // ---- Relations ----
 
 CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) {
-  for (std::size_t i = 0; i < m_slotTypes.size(); ++i) {
+  const std::size_t count = m_relations.size();
+  const std::size_t inlined = std::min(count, kInlineSlotTypes);
+  for (std::size_t i = 0; i < inlined; ++i) {
     if (m_slotTypes[i] == type) return &m_relations[i];
+  }
+  for (std::size_t i = inlined; i < count; ++i) {
+    if (m_relations[i].type == type) return &m_relations[i];
   }
   return nullptr;
 }
@@ -217,7 +222,7 @@ const CScriptable::RelationSlot* CScriptable::FindSlot(RelationType type) const 
 CScriptable::RelationSlot& CScriptable::Slot(RelationType type) {
   if (RelationSlot* slot = FindSlot(type)) return *slot;
   m_relations.push_back(RelationSlot{type, {}, {}, {}});
-  m_slotTypes.push_back(type);
+  if (m_relations.size() <= kInlineSlotTypes) m_slotTypes[m_relations.size() - 1] = type;
   return m_relations.back();
 }
 

@@ -89,6 +89,33 @@ TEST_F(ScriptableTest, RelationChangesReachBothEndsEachFromItsOwnSide) {
   EXPECT_EQ(b.GetObjectState(), CScriptable::STATE_CLEAN);
 }
 
+// An object keeps the first kinds of relation it has at hand and looks further ones up in its
+// relation list: every kind is found either way.
+TEST_F(ScriptableTest, EveryKindOfRelationIsFoundHoweverManyAnObjectHas) {
+  CTestItem& hub = MakeItem();
+  CScriptable& child = MakeItem(&hub);
+  CScriptable& result = Make(kTestResult, &hub);
+  CScriptable& leaf = Make(kTestLeaf);
+  std::vector<std::pair<RelationType, CScriptable*>> expected = {
+      {ChildParent(), &CProject::Instance()}, {ParentChild(), &child}, {RelationType(relation::Result), &result},
+      {kTestOwner, &leaf}};
+  for (const RelationType link : {kTestLink, kTestPeer}) {
+    CTestItem& to = MakeItem();
+    CTestItem& from = MakeItem();
+    ASSERT_TRUE(hub.AddObject(to, link));
+    ASSERT_TRUE(from.AddObject(hub, link));
+    expected.push_back({link, &to});
+    expected.push_back({link.ReverseDir(), &from});
+  }
+  ASSERT_TRUE(hub.AddObject(result, RelationType(relation::Result)));
+  ASSERT_TRUE(hub.AddObject(leaf, kTestOwner));
+  ASSERT_GT(expected.size(), 6u);
+  for (const auto& [type, object] : expected) {
+    EXPECT_EQ(hub.GetObject(0, type), object) << type.GetId() << (type.IsForward() ? " forward" : " backward");
+  }
+  EXPECT_EQ(hub.GetObject(0, RelationType(relation::AffiliatedPort)), nullptr);
+}
+
 TEST_F(ScriptableTest, MarkDeleteDetachesTheSubtreeAndDestroysResultsAtOnce) {
   CTestItem& parent = MakeItem();
   CTestItem& item = MakeItem(&parent);

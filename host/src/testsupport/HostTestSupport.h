@@ -44,6 +44,7 @@ constexpr PropId kDepth = 0x7e002001;  // u16 of TestLeaf, default 3
 // TestLink: TestItem -> TestItem, any number. TestOwner: TestItem -> TestLeaf, one target at most.
 constexpr RelationType kTestLink(0x7e000001);
 constexpr RelationType kTestOwner(0x7e000002);
+constexpr RelationType kTestPeer(0x7e000003);
 
 // Handles of test objects whose OnMarkDelete ran, in call order; HostTest::SetUp empties it.
 std::vector<Handle>& MarkDeleteCalls();

@@ -37,6 +37,7 @@ classes:
 relations:
   - {id: 0x7e000001, name: TestLink, source: TestItem, target: TestItem}
   - {id: 0x7e000002, name: TestOwner, source: TestItem, target: TestLeaf, single: true}
+  - {id: 0x7e000003, name: TestPeer, source: TestItem, target: TestItem}
 )";
 
 class CRefusingItem : public CTestItem {

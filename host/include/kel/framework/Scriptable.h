@@ -252,8 +252,10 @@ class CScriptable {
   State m_state = STATE_CREATED;
   bool m_activeAtCommit = true;
   std::vector<RelationSlot> m_relations;
-  // The slots' kinds again, packed, so that finding a slot reads one short array.
-  std::vector<RelationType> m_slotTypes;
+  // The first slots' kinds again, inside the object: finding a slot then fetches no other memory
+  // before the slot itself (objects seldom have more kinds of relation than this).
+  static constexpr std::size_t kInlineSlotTypes = 6;
+  RelationType m_slotTypes[kInlineSlotTypes];
   std::map<PropId, std::vector<PropertyChangeDelegate>> m_changeDelegates;
 };
 
