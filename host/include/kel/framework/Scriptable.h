@@ -16,6 +16,7 @@
 //   activated state.
 // All of it runs on the business-layer thread; nothing here is locked.
 
+#include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -211,7 +212,9 @@ class CScriptable {
   };
   struct RelationSlot {
     RelationType type;
-    std::vector<Related> related;
+    // Most relations of an object hold one or two others (its parent, its result): those live in
+    // the slot itself.
+    boost::container::small_vector<Related, 2> related;
     std::vector<Handle> added;  // handles: an entry may outlive its object
     std::vector<Handle> removed;
 
