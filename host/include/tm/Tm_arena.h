@@ -8,6 +8,7 @@
 // Copies of a structure never share its arena.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -28,7 +29,16 @@ class Tm_arena {
   const char* add_text(std::string_view text);
 
  private:
-  void* allocate_bytes(std::size_t size, std::size_t alignment);
+  // Inline: a decoded message takes a few arena pieces per record.
+  void* allocate_bytes(std::size_t size, std::size_t alignment) {
+    const std::size_t padding = (alignment - reinterpret_cast<std::uintptr_t>(m_next) % alignment) % alignment;
+    if (m_next == nullptr || padding + size > m_left) return allocate_in_new_block(size, alignment);
+    unsigned char* start = m_next + padding;
+    m_next = start + size;
+    m_left -= padding + size;
+    return start;
+  }
+  void* allocate_in_new_block(std::size_t size, std::size_t alignment);
 
   std::vector<std::unique_ptr<unsigned char[]>> m_blocks;
   unsigned char* m_next = nullptr;

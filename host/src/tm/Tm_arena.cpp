@@ -13,19 +13,12 @@ const char* Tm_arena::add_text(std::string_view text) {
   return copy;
 }
 
-void* Tm_arena::allocate_bytes(std::size_t size, std::size_t alignment) {
-  const std::size_t padding = (alignment - reinterpret_cast<std::uintptr_t>(m_next) % alignment) % alignment;
-  if (m_next == nullptr || padding + size > m_left) {
-    const std::size_t block = std::max(m_next_block, size + alignment);
-    // Not zeroed: pages the arena never hands out are never touched.
-    m_blocks.emplace_back(new unsigned char[block]);
-    m_next = m_blocks.back().get();
-    m_left = block;
-    m_next_block = block * 2;
-    return allocate_bytes(size, alignment);
-  }
-  unsigned char* start = m_next + padding;
-  m_next = start + size;
-  m_left -= padding + size;
-  return start;
+void* Tm_arena::allocate_in_new_block(std::size_t size, std::size_t alignment) {
+  const std::size_t block = std::max(m_next_block, size + alignment);
+  // Not zeroed: pages the arena never hands out are never touched.
+  m_blocks.emplace_back(new unsigned char[block]);
+  m_next = m_blocks.back().get();
+  m_left = block;
+  m_next_block = block * 2;
+  return allocate_bytes(size, alignment);
 }
