@@ -20,7 +20,9 @@ class ProjectStoreTest : public HostTest {
   }
   void Write(const std::string& text) { std::ofstream(m_path) << text; }
 
-  std::string m_path = ::testing::TempDir() + "project_store_test.yaml";
+  // ctest runs this fixture's tests in parallel processes, so each test needs a file of its own.
+  std::string m_path =
+      ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".yaml";
 };
 
 template <class T = CScriptable>

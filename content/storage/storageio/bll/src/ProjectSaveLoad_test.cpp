@@ -38,7 +38,9 @@ class ProjectSaveLoadTest : public StorageIOApplyTest {
     return nullptr;
   }
 
-  std::string m_path = ::testing::TempDir() + "storageio_project_test.yaml";
+  // ctest runs this fixture's tests in parallel processes, so each test needs a file of its own.
+  std::string m_path =
+      ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".yaml";
 };
 
 TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProfile) {
