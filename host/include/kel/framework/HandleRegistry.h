@@ -6,7 +6,7 @@
 // Statistics name every result's owner by handle, so lookups are on the intake's hot path. The
 // handles the registry gives itself are small and dense: they index a table directly (one word
 // per handle ever given, kept for the process). Wanted handles from kDenseHandles on are kept in a
-// map.
+// map, so a project file that wants a huge handle costs a map entry, not a table that large.
 
 #include <cstddef>
 #include <unordered_map>
@@ -19,7 +19,7 @@ namespace framework {
 
 class CHandleRegistry {
  public:
-  static constexpr Handle kDenseHandles = Handle{1} << 24;
+  static constexpr Handle kDenseHandles = Handle{1} << 22;
 
   static CHandleRegistry& Instance();
 
