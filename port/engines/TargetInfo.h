@@ -5,15 +5,17 @@
 #include <cstdint>
 #include <string>
 
-#include "msg/bst_1.h"
 
 namespace storageio_port {
+
+// What learn reports a target as: block devices are physical disks, files logical ones.
+enum class TargetKind { PhysicalDisk, LogicalDisk };
 
 struct TargetInfo {
   std::string name;               // how the plug-in names the target (TargetName); unique per port
   std::uint32_t sectorSize = 512;  // bytes per sector, never 0
   std::uint64_t sectorCount = 0;   // sectors the target holds, never 0
-  std::uint32_t type = static_cast<std::uint32_t>(bst_1_bll::EnumTargetType::PhysicalDiskType);
+  TargetKind kind = TargetKind::PhysicalDisk;
   std::uint32_t queueDepth = 32;  // requests the target takes at once, as reported by learn
 
   std::uint64_t SizeBytes() const { return sectorCount * sectorSize; }

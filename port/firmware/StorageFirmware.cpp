@@ -3,14 +3,12 @@
 #include <set>
 #include <stdexcept>
 
-#include "kel/framework/Logger.h"
 #include "port/firmware/Units.h"
 
 namespace storageio_port {
 
 using BST_1_bll::StatusCode_t;
 using BST_1_bll::TestStatus_t;
-using kel::core::RpcFrameKind;
 using result_1_bll::EnumResultState;
 
 namespace {
@@ -20,10 +18,6 @@ class Refusal : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
-
-void LogWarning(const std::string& text) {
-  kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.port")->Warn(text, __FILE__, __LINE__);
-}
 
 // Every reply but learn's is a status alone, so a refusal of any request, known or not, is the
 // status reply of the status-only codec, named for the request it answers.
@@ -54,18 +48,22 @@ void Forget(std::map<unsigned, Record>& kept, const std::vector<unsigned>& handl
 }  // namespace
 
 StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler,
-                                 FrameSink sink)
+                                 PortLog log, FrameSink sink)
     : m_config(std::move(config)),
       m_engine(std::move(engine)),
       m_scheduler(scheduler),
+      m_log(std::move(log)),
       m_sink(std::move(sink)),
       m_progressTicker(scheduler),
       m_figuresTicker(scheduler),
       m_pollTicker(scheduler) {
   ValidateFirmwareConfig(m_config);
   if (!m_engine) throw std::invalid_argument("A storage firmware needs an I/O engine");
+  if (!m_log) throw std::invalid_argument("A storage firmware needs a log");
   if (!m_sink) throw std::invalid_argument("A storage firmware needs a sink for its frames");
 }
+
+void StorageFirmware::LogWarning(const std::string& line) const { m_log(LogLevel::Warning, line); }
 
 StorageFirmware::~StorageFirmware() { EndRun(); }
 
@@ -91,9 +89,9 @@ const std::map<std::string, StorageFirmware::Handler>& StorageFirmware::Handlers
 }
 
 void StorageFirmware::OnFrame(const Bytes& bytes) {
-  kel::core::RpcFrame frame;
+  RpcFrame frame;
   try {
-    frame = kel::core::DecodeFrame(bytes);
+    frame = DecodeFrame(bytes);
   } catch (const std::exception& e) {
     LogWarning("Dropped " + std::to_string(bytes.size()) + " bytes that are not a frame: " + e.what());
     return;
@@ -124,7 +122,7 @@ void StorageFirmware::Dispatch(std::uint64_t id, const Message& request) {
 }
 
 void StorageFirmware::Send(RpcFrameKind kind, std::uint64_t id, const Message& message) {
-  m_sink(kel::core::EncodeFrame(kind, id, message));
+  m_sink(EncodeFrame(kind, id, message));
 }
 
 void StorageFirmware::Reply(std::uint64_t id, const Message& reply) { Send(RpcFrameKind::Reply, id, reply); }
@@ -198,7 +196,9 @@ void StorageFirmware::OnLearnTargets(std::uint64_t id, const Message& request) {
   std::vector<BST_1_bll::TargetSpec_s> learnt;
   for (const TargetInfo& target : m_config.targets) {
     BST_1_bll::TargetSpec_s spec;
-    spec.Type = target.type;
+    spec.Type = static_cast<std::uint32_t>(target.kind == TargetKind::PhysicalDisk
+                                               ? bst_1_bll::EnumTargetType::PhysicalDiskType
+                                               : bst_1_bll::EnumTargetType::LogicalDiskType);
     spec.TargetName = target.name;
     spec.QueueDepth = target.queueDepth;
     spec.DiskSpecification.SectorSize = target.sectorSize;

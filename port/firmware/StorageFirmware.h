@@ -40,7 +40,7 @@
 //
 // Hostile input: OnFrame never throws. A request whose members do not decode is answered with
 // Failure; bytes that are not a frame and frames that are not requests are dropped. Refusals and
-// drops are written with their reason to the developer log "storageio.port".
+// drops are written with their reason to the port's log.
 //
 // Threads and lifetime: OnFrame, the sink and the timers all run on the Scheduler's thread. The
 // scheduler must outlive the firmware; destroying the firmware cancels its timers and ends a
@@ -53,13 +53,15 @@
 #include <string>
 #include <vector>
 
-#include "kel/core/RpcFrame.h"
+#include "tm/RpcFrame.h"
 #include "msg/BST_1.h"
 #include "port/engines/IoEngine.h"
 #include "port/firmware/FirmwareConfig.h"
+#include "port/firmware/PortLog.h"
 #include "port/firmware/Scheduler.h"
 #include "port/firmware/TestRun.h"
 #include "port/firmware/Ticker.h"
+#include "tm/RpcFrame.h"
 
 namespace storageio_port {
 
@@ -73,8 +75,9 @@ class StorageFirmware {
   static constexpr std::uint64_t kLongestTestSeconds = 365ULL * 24 * 60 * 60;
 
   // Throws std::invalid_argument for a configuration ValidateFirmwareConfig refuses, a null
-  // engine or an empty sink.
-  StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler, FrameSink sink);
+  // engine, an empty log or an empty sink.
+  StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler, PortLog log,
+                  FrameSink sink);
   ~StorageFirmware();
   StorageFirmware(const StorageFirmware&) = delete;
   StorageFirmware& operator=(const StorageFirmware&) = delete;
@@ -90,7 +93,8 @@ class StorageFirmware {
   using Handler = void (StorageFirmware::*)(std::uint64_t id, const Message& request);
 
   void Dispatch(std::uint64_t id, const Message& request);
-  void Send(kel::core::RpcFrameKind kind, std::uint64_t id, const Message& message);
+  void LogWarning(const std::string& line) const;
+  void Send(RpcFrameKind kind, std::uint64_t id, const Message& message);
   void Reply(std::uint64_t id, const Message& reply);
 
   void OnEcho(std::uint64_t id, const Message& request);
@@ -121,6 +125,7 @@ class StorageFirmware {
   const FirmwareConfig m_config;
   const std::unique_ptr<IoEngine> m_engine;
   Scheduler& m_scheduler;
+  const PortLog m_log;
   const FrameSink m_sink;
 
   std::map<unsigned, BST_1_bll::AccessSpec_s> m_accessSpecs;

@@ -1,12 +1,33 @@
 #include "port/transports/InProcessTransport.h"
 
 #include "kel/core/PortChannels.h"
+#include "kel/framework/Logger.h"
 
 namespace storageio_port {
 
+namespace {
+
+// An embedded port writes to the host's developer log "storageio.port".
+void LogToHost(LogLevel level, const std::string& line) {
+  const auto logger = kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.port");
+  switch (level) {
+    case LogLevel::Info:
+      logger->Info(line, __FILE__, __LINE__);
+      break;
+    case LogLevel::Warning:
+      logger->Warn(line, __FILE__, __LINE__);
+      break;
+    case LogLevel::Error:
+      logger->Error(line, __FILE__, __LINE__);
+      break;
+  }
+}
+
+}  // namespace
+
 InProcessTransport::InProcessTransport(std::string endpoint, FirmwareConfig config, std::unique_ptr<IoEngine> engine)
     : m_endpoint(std::move(endpoint)),
-      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engine), m_scheduler,
+      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engine), m_scheduler, LogToHost,
                                                    [this](Bytes frame) {
                                                      if (m_connected) Deliver(std::move(frame));
                                                    })) {}
@@ -31,8 +52,8 @@ void InProcessTransport::SetConnected(bool connected) {
 FirmwareConfig InProcessSetup::DefaultFirmwareConfig() {
   FirmwareConfig config;
   config.targets = {
-      TargetInfo{"disk0", 512, 8388608, static_cast<std::uint32_t>(bst_1_bll::EnumTargetType::PhysicalDiskType), 32},
-      TargetInfo{"disk1", 4096, 262144, static_cast<std::uint32_t>(bst_1_bll::EnumTargetType::LogicalDiskType), 64},
+      TargetInfo{"disk0", 512, 8388608, TargetKind::PhysicalDisk, 32},
+      TargetInfo{"disk1", 4096, 262144, TargetKind::LogicalDisk, 64},
   };
   return config;
 }

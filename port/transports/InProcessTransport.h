@@ -20,7 +20,7 @@
 #include "port/engines/ModelEngine.h"
 #include "port/firmware/FirmwareConfig.h"
 #include "port/firmware/StorageFirmware.h"
-#include "port/firmware/TaskManagerScheduler.h"
+#include "port/transports/TaskManagerScheduler.h"
 
 namespace storageio_port {
 

@@ -7,13 +7,13 @@
 #include "kel/framework/HostClassIds.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/Project.h"
+#include "kel/framework/TaskManager.h"
 #include "kel/framework/ScriptableCreator.h"
 #include "port/firmware/test/FirmwareTest.h"
 
 namespace storageio_port::test {
 namespace {
 
-using kel::core::RpcFrameKind;
 using kel::framework::CTaskManager;
 
 class InProcessTransportTest : public ::testing::Test {
@@ -22,7 +22,7 @@ class InProcessTransportTest : public ::testing::Test {
     CTaskManager::Instance().Reset();
     CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
     m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(), std::make_unique<ModelEngine>(ModelEngine::Config{}));
-    m_transport->SetReceiver([this](std::vector<unsigned char> bytes) { m_received.push_back(kel::core::DecodeFrame(bytes)); });
+    m_transport->SetReceiver([this](std::vector<unsigned char> bytes) { m_received.push_back(DecodeFrame(bytes)); });
     m_transport->SetConnectionCallback([this](bool connected) { m_connection.push_back(connected); });
   }
   void TearDown() override {
@@ -33,11 +33,11 @@ class InProcessTransportTest : public ::testing::Test {
   void Send(std::uint64_t id, const Build& build) {
     Message request;
     build(&request);
-    m_transport->Send(kel::core::EncodeFrame(RpcFrameKind::Request, id, request));
+    m_transport->Send(EncodeFrame(RpcFrameKind::Request, id, request));
   }
 
   std::unique_ptr<InProcessTransport> m_transport;
-  std::vector<kel::core::RpcFrame> m_received;
+  std::vector<RpcFrame> m_received;
   std::vector<bool> m_connection;
 };
 

@@ -1,6 +1,6 @@
 #include "kel/core/RecorderMessenger.h"
 
-#include "kel/core/RpcFrame.h"
+#include "tm/RpcFrame.h"
 
 namespace kel {
 namespace core {

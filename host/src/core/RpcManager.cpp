@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "kel/core/Messenger.h"
-#include "kel/core/RpcFrame.h"
+#include "tm/RpcFrame.h"
 #include "kel/framework/Logger.h"
 #include "tm/Tm_exception.h"
 

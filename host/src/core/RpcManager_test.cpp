@@ -7,7 +7,7 @@
 #include "kel/core/PortChannels.h"
 #include "kel/core/ProtocolModule.h"
 #include "kel/core/RecorderMessenger.h"
-#include "kel/core/RpcFrame.h"
+#include "tm/RpcFrame.h"
 #include "kel/framework/HostClassIds.h"
 #include "kel/framework/LogSinks.h"
 #include "kel/framework/Logger.h"
@@ -129,7 +129,7 @@ TEST_F(RpcManagerTest, FramesThatCannotBeDecodedAreLoggedAndDropped) {
       core::CPortChannels::Instance().Attach(*m_port, std::make_unique<RawPortMessenger>()));
   raw.Push({0x93, 0x01});  // an array of three with one item
   raw.Push({0xc1});
-  std::vector<unsigned char> valid = core::EncodeFrame(core::RpcFrameKind::Reply, 999, Named("stray"));
+  std::vector<unsigned char> valid = EncodeFrame(RpcFrameKind::Reply, 999, Named("stray"));
   raw.Push(valid);  // decodes, but answers nothing that was asked
   CTaskManager::Instance().RunUntilIdle();
   BLLLoggerFactory::GetInstance().RemoveSink(log);

@@ -1,20 +1,18 @@
 #pragma once
-// A StorageFirmware on the host's virtual clock, driven and read as the plug-in does it: requests
+// A StorageFirmware on a virtual clock of its own, driven and read as the plug-in does it: requests
 // built with the BST_1_bll builders, what the firmware sends decoded and read with the BST_1_bll
-// parsers. Every test starts at virtual time 0 with an empty event loop.
+// parsers. Every test starts at virtual time 0 with an empty event loop and an empty log.
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
 
-#include "kel/core/RpcFrame.h"
-#include "kel/framework/Logger.h"
-#include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
 #include "port/engines/ModelEngine.h"
+#include "port/firmware/LoopScheduler.h"
 #include "port/firmware/StorageFirmware.h"
-#include "port/firmware/TaskManagerScheduler.h"
+#include "tm/RpcFrame.h"
 
 namespace storageio_port::test {
 
@@ -22,7 +20,7 @@ using Build = std::function<void(Message*)>;
 
 // What the firmware sent, and when.
 struct Sent {
-  kel::core::RpcFrame frame;
+  RpcFrame frame;
   std::int64_t atMs;
   const std::string& Name() const { return frame.message.get_request_name(); }
 };
@@ -30,8 +28,8 @@ struct Sent {
 // Two disks and setup phases of 100 ms.
 inline FirmwareConfig TestConfig() {
   FirmwareConfig config;
-  config.targets = {TargetInfo{"disk0", 512, 2'000'000, 0x8C000000u, 32},
-                    TargetInfo{"disk1", 4096, 100'000, 0x8A000000u, 64}};
+  config.targets = {TargetInfo{"disk0", 512, 2'000'000, TargetKind::PhysicalDisk, 32},
+                    TargetInfo{"disk1", 4096, 100'000, TargetKind::LogicalDisk, 64}};
   return config;
 }
 
@@ -51,34 +49,25 @@ class FirmwareTest : public ::testing::Test {
   static constexpr ModelEngine::Config kDevice{100.0, 1.0};
 
   void SetUp() override {
-    // Refusals and drops are what these tests provoke; they stay off the terminal.
-    kel::framework::BLLLoggerFactory::GetInstance().SetStderrThreshold(kel::framework::LOG_LEVEL_ERROR);
-    kel::framework::CTaskManager::Instance().Reset();
-    kel::framework::CTaskManager::Instance().SetClockMode(kel::framework::CTaskManager::ClockMode::Virtual);
     m_firmware = std::make_unique<StorageFirmware>(
-        TestConfig(), std::make_unique<ModelEngine>(kDevice), m_scheduler, [this](std::vector<unsigned char> bytes) {
-          m_sent.push_back(Sent{kel::core::DecodeFrame(bytes), kel::framework::CTaskManager::Instance().NowMs()});
-        });
-  }
-  void TearDown() override {
-    m_firmware.reset();
-    kel::framework::CTaskManager::Instance().Reset();
-    kel::framework::BLLLoggerFactory::GetInstance().SetStderrThreshold(kel::framework::LOG_LEVEL_WARN);
+        TestConfig(), std::make_unique<ModelEngine>(kDevice), m_scheduler,
+        [this](LogLevel, const std::string& line) { m_log.push_back(line); },
+        [this](std::vector<unsigned char> bytes) { m_sent.push_back(Sent{DecodeFrame(bytes), m_scheduler.NowMs()}); });
   }
 
-  static void RunFor(std::int64_t ms) { kel::framework::CTaskManager::Instance().RunFor(ms); }
+  void RunFor(std::int64_t ms) { m_scheduler.RunFor(ms); }
   // Hands the firmware one request, built by `build`, as frame `id`.
   void Request(std::uint64_t id, const Build& build) {
     Message request;
     build(&request);
-    m_firmware->OnFrame(kel::core::EncodeFrame(kel::core::RpcFrameKind::Request, id, request));
+    m_firmware->OnFrame(EncodeFrame(RpcFrameKind::Request, id, request));
   }
   // What was sent since the last call.
   std::vector<Sent> Take() { return std::exchange(m_sent, {}); }
   // The status of the one reply sent since the last call, which must answer `id`.
   BST_1_bll::StatusCode_t StatusOf(std::uint64_t id) {
     const std::vector<Sent> sent = Take();
-    if (sent.size() != 1 || sent[0].frame.kind != kel::core::RpcFrameKind::Reply || sent[0].frame.id != id) {
+    if (sent.size() != 1 || sent[0].frame.kind != RpcFrameKind::Reply || sent[0].frame.id != id) {
       ADD_FAILURE() << "expected one reply to " << id << ", got " << sent.size() << " frames";
       return BST_1_bll::StatusCode_t::Max;
     }
@@ -100,7 +89,8 @@ class FirmwareTest : public ::testing::Test {
     Request(id, [&](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, seconds, true); });
   }
 
-  TaskManagerScheduler m_scheduler;
+  LoopScheduler m_scheduler{LoopScheduler::Clock::Virtual};
+  std::vector<std::string> m_log;
   std::unique_ptr<StorageFirmware> m_firmware;
   std::vector<Sent> m_sent;
 };

@@ -1,15 +1,12 @@
 #pragma once
-// RpcFrame: what travels over a Messenger: a request, its reply or a notification, with the
-// request's id so a reply finds its request. On the wire a frame is a MessagePack array
-// [kind, id, message] whose message is the message library's wire form.
+// RpcFrame: what travels between the host and a port, over any transport: a request, its reply
+// or a notification, with the request's id so a reply finds its request. On the wire a frame is a
+// MessagePack array [kind, id, message] whose message is the message library's wire form.
 
 #include <cstdint>
 #include <vector>
 
 #include "tm/Message.h"
-
-namespace kel {
-namespace core {
 
 enum class RpcFrameKind : std::uint8_t { Request = 0, Reply = 1, Notification = 2 };
 
@@ -24,6 +21,3 @@ std::vector<unsigned char> EncodeFrame(RpcFrameKind kind, std::uint64_t id, cons
 // that says what was wrong.
 RpcFrame DecodeFrame(const unsigned char* data, std::size_t size);
 inline RpcFrame DecodeFrame(const std::vector<unsigned char>& bytes) { return DecodeFrame(bytes.data(), bytes.size()); }
-
-}  // namespace core
-}  // namespace kel

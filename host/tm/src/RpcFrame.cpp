@@ -1,12 +1,9 @@
-#include "kel/core/RpcFrame.h"
+#include "tm/RpcFrame.h"
 
 #include <msgpack.hpp>
 
 #include "tm/Tm_exception.h"
 #include "tm/Tm_wire.h"
-
-namespace kel {
-namespace core {
 
 std::vector<unsigned char> EncodeFrame(RpcFrameKind kind, std::uint64_t id, const Message& content) {
   const std::vector<unsigned char> message = tm_encode(content);
@@ -48,6 +45,3 @@ RpcFrame DecodeFrame(const unsigned char* data, std::size_t size) {
   frame.message = tm_decode(reinterpret_cast<const unsigned char*>(items[2].via.bin.ptr), items[2].via.bin.size);
   return frame;
 }
-
-}  // namespace core
-}  // namespace kel

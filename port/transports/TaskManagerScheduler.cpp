@@ -1,4 +1,4 @@
-#include "port/firmware/TaskManagerScheduler.h"
+#include "port/transports/TaskManagerScheduler.h"
 
 #include "kel/framework/TaskManager.h"
 
@@ -13,5 +13,9 @@ Scheduler::TimerId TaskManagerScheduler::RunAfter(std::int64_t delayMs, std::fun
 }
 
 void TaskManagerScheduler::Cancel(TimerId timer) { CTaskManager::Instance().Cancel(timer); }
+
+void TaskManagerScheduler::PostFromAnyThread(std::function<void()> work) {
+  CTaskManager::Instance().PostFromAnyThread(std::move(work), kel::framework::EventKind::Work);
+}
 
 }  // namespace storageio_port
