@@ -22,7 +22,7 @@ void ExpectConfiguredTargets(const ScriptableVec& targets) {
     EXPECT_EQ(targets[i]->Get("SectorSize"), std::to_string(configured[i].sectorSize));
     EXPECT_EQ(targets[i]->Get("QueueDepth"), std::to_string(configured[i].queueDepth));
     // PhysicalDiskType 0x8C000000, LogicalDiskType 0x8A000000
-    const bool physical = configured[i].kind == storageio_port::TargetKind::PhysicalDisk;
+    const bool physical = configured[i].type == storageio_port::DiskType::PhysicalDisk;
     EXPECT_EQ(targets[i]->Get("TargetType"), physical ? "2348810240" : "2315255808");
     EXPECT_EQ(targets[i]->Get("StartingDiskSector"), "0");
   }

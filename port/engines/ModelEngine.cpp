@@ -24,7 +24,9 @@ ModelEngine::ModelEngine(Config config) : m_config(config) {
   }
 }
 
-IoEngine::TargetHandle ModelEngine::Open(const TargetInfo& target) {
+ModelEngine::Factory::Factory(Config config) : m_config(config) { ModelEngine check(config); }
+
+IoEngine::TargetHandle ModelEngine::Open(const TargetInfo& target, bool) {
   try {
     ValidateTargetInfo(target);
   } catch (const std::invalid_argument& e) {
@@ -48,14 +50,15 @@ void ModelEngine::Submit(TargetHandle target, const IoRequest& request) {
   const double completed = fits ? start + ServiceTimeMs(m_config, request.length, request.isRandom) : start;
   device.busyUntilMs = completed;
   device.inFlight.push_back(
-      IoCompletion{request.tag, request.isRead, request.length, completed, completed - request.issueMs, fits});
+      IoCompletion{target, request.tag, request.isRead, request.length, completed, completed - request.issueMs, fits});
 }
 
-void ModelEngine::Reap(TargetHandle target, double untilMs, std::vector<IoCompletion>& completions) {
-  Device& device = DeviceOf(target);
-  while (!device.inFlight.empty() && device.inFlight.front().completedMs <= untilMs) {
-    completions.push_back(device.inFlight.front());
-    device.inFlight.pop_front();
+void ModelEngine::Reap(double untilMs, std::vector<IoCompletion>& completions) {
+  for (auto& [handle, device] : m_devices) {
+    while (!device.inFlight.empty() && device.inFlight.front().completedMs <= untilMs) {
+      completions.push_back(device.inFlight.front());
+      device.inFlight.pop_front();
+    }
   }
 }
 

@@ -24,7 +24,8 @@
 // For example 4096-byte sequential reads at 100 MB/s and 1 ms latency: s = 0.1 + 0.04096 ms,
 // so 7094.2 reads/s and 29.06 MB/s; at Q = 4 each read takes 0.56384 ms.
 //
-// Threads: as IoEngine.h. Memory: one entry per I/O in flight.
+// Threads: as IoEngine.h; a computed engine, run on the firmware's clock. Memory: one entry per
+// I/O in flight.
 
 #include <cstdint>
 #include <deque>
@@ -41,6 +42,18 @@ class ModelEngine : public IoEngine {
     double latencyMs = 1.0;    // access latency of a random I/O
   };
 
+  class Factory : public IoEngineFactory {
+   public:
+    // Throws what ModelEngine's constructor throws.
+    explicit Factory(Config config);
+    Pace GetPace() const override { return Pace::Computed; }
+    std::string Name() const override { return "model"; }
+    std::unique_ptr<IoEngine> Make() const override { return std::make_unique<ModelEngine>(m_config); }
+
+   private:
+    Config m_config;
+  };
+
   // Share of the access latency a sequential I/O pays.
   static constexpr double kSequentialLatencyShare = 0.1;
   // The shortest latency a device may have: with none, time would not move on while a worker
@@ -54,10 +67,12 @@ class ModelEngine : public IoEngine {
   // kShortestLatencyMs.
   explicit ModelEngine(Config config);
 
-  // Throws EngineError for a target that ValidateTargetInfo refuses.
-  TargetHandle Open(const TargetInfo& target) override;
+  // Throws EngineError for a target that ValidateTargetInfo refuses. Writes are not checked: a
+  // model disk holds no data.
+  TargetHandle Open(const TargetInfo& target, bool forWrites) override;
   void Submit(TargetHandle target, const IoRequest& request) override;
-  void Reap(TargetHandle target, double untilMs, std::vector<IoCompletion>& completions) override;
+  // Device by device, in the order they were opened.
+  void Reap(double untilMs, std::vector<IoCompletion>& completions) override;
   void Close(TargetHandle target) override;
 
  private:

@@ -16,3 +16,31 @@ void ValidateTargetInfo(const TargetInfo& target) {
 }
 
 }  // namespace storageio_port
+
+namespace storageio_port {
+
+TargetInfo ModelDisk(std::string name, std::uint32_t sectorSize, std::uint64_t sectorCount, DiskType type,
+                     std::uint32_t queueDepth) {
+  TargetInfo info;
+  info.name = std::move(name);
+  info.sectorSize = sectorSize;
+  info.sectorCount = sectorCount;
+  info.type = type;
+  info.queueDepth = queueDepth;
+  return info;
+}
+
+TargetInfo RealTarget(const TargetEntry& entry, bool allowBlockDeviceWrites) {
+  auto device = std::make_shared<ResolvedTarget>(ResolveTarget(entry));
+  TargetInfo info;
+  info.name = device->name;
+  info.sectorSize = device->sectorSize;
+  info.sectorCount = device->sectorCount;
+  const bool blockDevice = device->kind == TargetKind::BlockDevice;
+  info.type = blockDevice ? DiskType::PhysicalDisk : DiskType::LogicalDisk;
+  info.writesAllowed = !blockDevice || allowBlockDeviceWrites;
+  info.device = std::move(device);
+  return info;
+}
+
+}  // namespace storageio_port

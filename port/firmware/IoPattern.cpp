@@ -26,17 +26,31 @@ Region RegionOf(const TargetInfo& target, const BST_1_bll::DiskSpec_s& disk) {
   return Region{first, first + sectors * target.sectorSize};
 }
 
+std::uint64_t AlignmentOf(const bst_1_bll::StorageWorkerProfile_s& profile, const TargetInfo& target) {
+  return profile.EnableAlignIOs && profile.AlignIOs > 0 ? profile.AlignIOs : target.sectorSize;
+}
+
+// FNV-1a over the name, then the handle mixed in: fixed on every run and platform.
+std::uint64_t SeedOf(unsigned workerHandle, const std::string& targetName) {
+  std::uint64_t hash = 0xCBF29CE484222325ULL;
+  for (const unsigned char c : targetName) hash = (hash ^ c) * 0x100000001B3ULL;
+  return hash ^ (static_cast<std::uint64_t>(workerHandle) * 0x9E3779B97F4A7C15ULL);
+}
+
 bool Spread(std::uint64_t index, unsigned percent) {
   const std::uint64_t share = std::min(percent, 100u);
   return (index + 1) * share / 100 != index * share / 100;
 }
 
-IoPattern::IoPattern(const bst_1_bll::StorageWorkerProfile_s& profile, Region region)
+IoPattern::IoPattern(const bst_1_bll::StorageWorkerProfile_s& profile, Region region, std::uint64_t alignment,
+                     std::uint64_t seed)
     : m_length(profile.TransferRequestSize),
       m_readPercent(profile.PercentReadDistribution),
       m_randomPercent(profile.PercentRandomDistribution),
-      m_alignment(profile.EnableAlignIOs && profile.AlignIOs > 0 ? profile.AlignIOs : 1),
-      m_endByte(region.endByte) {
+      m_alignment(alignment),
+      m_endByte(region.endByte),
+      m_randomState(seed) {
+  if (m_alignment == 0) throw std::invalid_argument("The alignment of I/O offsets is 0");
   if (m_readPercent > 100) {
     throw std::invalid_argument("PercentReadDistribution " + std::to_string(m_readPercent) + " is above 100");
   }
@@ -74,14 +88,16 @@ IoPattern::Io IoPattern::Next() {
   return io;
 }
 
-// splitmix64: a fixed sequence, the same on every run and platform.
+// splitmix64, the same sequence on every run and platform; a 64-bit draw scaled to the number of
+// positions (multiply, keep the high half) is uniform to within 2^-64 per position.
 std::uint64_t IoPattern::NextRandomOffset() {
   m_randomState += 0x9E3779B97F4A7C15ULL;
   std::uint64_t z = m_randomState;
   z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
   z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
   z ^= z >> 31;
-  return m_firstOffset + (z % m_positions) * m_alignment;
+  const auto position = static_cast<std::uint64_t>((static_cast<unsigned __int128>(z) * m_positions) >> 64);
+  return m_firstOffset + position * m_alignment;
 }
 
 }  // namespace storageio_port

@@ -1,21 +1,22 @@
 #pragma once
 // IoPattern: which I/O a worker issues next on one target, from its access spec (worker profile)
-// and the region of the target it may use. Deterministic: the same profile and region always
-// give the same sequence.
+// and the region of the target it may use. Deterministic: the same profile, region and seed
+// always give the same sequence.
 //
 // - The k-th I/O (k = 0, 1, ...) is a read exactly when Spread(k, PercentReadDistribution); so
 //   of the first n I/Os, floor(n * percent / 100) are reads.
 // - Randomness is spread the same way within each kind: the j-th read is random exactly when
 //   Spread(j, PercentRandomDistribution), and so is the j-th write. Reads and writes thus have
 //   the same share of random I/O whatever the mix.
-// - Every I/O moves TransferRequestSize bytes (the reply size does not change what is moved).
-// - Offsets are multiples of AlignIOs when EnableAlignIOs is set (and AlignIOs > 0), of 1 byte
-//   otherwise, and every I/O lies wholly inside the region. Sequential I/O continues at the
-//   aligned end of the previous sequential I/O and wraps to the region's first aligned offset
-//   when the next would not fit; random I/O picks an aligned offset from a fixed pseudo-random
-//   sequence.
+// - Every I/O moves TransferRequestSize bytes (ReplySize has no meaning for a disk).
+// - Offsets are multiples of the alignment (AlignmentOf) and every I/O lies wholly inside the
+//   region. Sequential I/O continues at the aligned end of the previous sequential I/O and wraps
+//   to the region's first aligned offset when the next would not fit. Random I/O picks one of the
+//   aligned offsets at which a transfer fits, uniformly, from a generator seeded by SeedOf, so
+//   that two workers on one target do not replay each other's offsets.
 
 #include <cstdint>
+#include <string>
 
 #include "msg/BST_1.h"
 #include "port/engines/TargetInfo.h"
@@ -33,6 +34,13 @@ struct Region {
 // when the first sector lies beyond the target.
 Region RegionOf(const TargetInfo& target, const BST_1_bll::DiskSpec_s& disk);
 
+// What offsets are multiples of: AlignIOs bytes when EnableAlignIOs is set (and AlignIOs > 0),
+// else the target's sector size.
+std::uint64_t AlignmentOf(const bst_1_bll::StorageWorkerProfile_s& profile, const TargetInfo& target);
+
+// The seed of a worker's random offsets on one target.
+std::uint64_t SeedOf(unsigned workerHandle, const std::string& targetName);
+
 // True for exactly floor(n * percent / 100) of the indices 0 .. n-1, spread evenly.
 // `percent` above 100 counts as 100.
 bool Spread(std::uint64_t index, unsigned percent);
@@ -47,8 +55,9 @@ class IoPattern {
   };
 
   // Throws std::invalid_argument naming the field when a percentage is above 100, the transfer
-  // size is 0, or the region cannot hold one aligned transfer.
-  IoPattern(const bst_1_bll::StorageWorkerProfile_s& profile, Region region);
+  // size or the alignment is 0, or the region cannot hold one aligned transfer.
+  IoPattern(const bst_1_bll::StorageWorkerProfile_s& profile, Region region, std::uint64_t alignment,
+            std::uint64_t seed);
 
   Io Next();
 
@@ -66,7 +75,7 @@ class IoPattern {
   std::uint64_t m_reads = 0;
   std::uint64_t m_writes = 0;
   std::uint64_t m_sequentialOffset;
-  std::uint64_t m_randomState = 0x2545F4914F6CDD1DULL;
+  std::uint64_t m_randomState;
 };
 
 }  // namespace storageio_port

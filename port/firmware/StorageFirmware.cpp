@@ -47,10 +47,10 @@ void Forget(std::map<unsigned, Record>& kept, const std::vector<unsigned>& handl
 
 }  // namespace
 
-StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler,
-                                 PortLog log, FrameSink sink)
+StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngineFactory> engines,
+                                 Scheduler& scheduler, PortLog log, FrameSink sink)
     : m_config(std::move(config)),
-      m_engine(std::move(engine)),
+      m_engines(std::move(engines)),
       m_scheduler(scheduler),
       m_log(std::move(log)),
       m_sink(std::move(sink)),
@@ -58,7 +58,7 @@ StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine
       m_figuresTicker(scheduler),
       m_pollTicker(scheduler) {
   ValidateFirmwareConfig(m_config);
-  if (!m_engine) throw std::invalid_argument("A storage firmware needs an I/O engine");
+  if (!m_engines) throw std::invalid_argument("A storage firmware needs an I/O engine factory");
   if (!m_log) throw std::invalid_argument("A storage firmware needs a log");
   if (!m_sink) throw std::invalid_argument("A storage firmware needs a sink for its frames");
 }
@@ -196,7 +196,7 @@ void StorageFirmware::OnLearnTargets(std::uint64_t id, const Message& request) {
   std::vector<BST_1_bll::TargetSpec_s> learnt;
   for (const TargetInfo& target : m_config.targets) {
     BST_1_bll::TargetSpec_s spec;
-    spec.Type = static_cast<std::uint32_t>(target.kind == TargetKind::PhysicalDisk
+    spec.Type = static_cast<std::uint32_t>(target.type == DiskType::PhysicalDisk
                                                ? bst_1_bll::EnumTargetType::PhysicalDiskType
                                                : bst_1_bll::EnumTargetType::LogicalDiskType);
     spec.TargetName = target.name;
@@ -271,11 +271,10 @@ void StorageFirmware::SendProgress(TestStatus_t phase) {
 }
 
 void StorageFirmware::SendFigures(EnumResultState state) {
-  const std::int64_t now = m_scheduler.NowMs();
-  m_run->AdvanceTo(now);
+  m_run->AdvanceTo(m_scheduler.NowMs());
   std::vector<bst_1_bll::StorageWorkerResults_s> workerResults;
   std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targetResults;
-  m_run->Figures(now, state, workerResults, targetResults);
+  m_run->Figures(state, workerResults, targetResults);
   Message notification;
   BST_1_port::create_notify_TestResultsNotification(&notification, workerResults, targetResults, true);
   Send(RpcFrameKind::Notification, 0, notification);
@@ -290,18 +289,29 @@ const TargetInfo* StorageFirmware::FindTarget(const std::string& name) const {
   return nullptr;
 }
 
-std::unique_ptr<TestRun> StorageFirmware::PrepareRun(const std::vector<unsigned>& workerHandles,
-                                                     unsigned long durationSeconds) {
-  if (durationSeconds > kLongestTestSeconds) {
-    throw Refusal("a duration of " + std::to_string(durationSeconds) + " s is above the longest test of " +
-                  std::to_string(kLongestTestSeconds) + " s");
+WorkerPlan::Target StorageFirmware::PlanTarget(const std::string& worker, const BST_1_bll::TargetSpec_s& spec,
+                                               const bst_1_bll::StorageWorkerProfile_s& profile) {
+  const TargetInfo* info = FindTarget(spec.TargetName);
+  if (info == nullptr) throw Refusal(worker + " names target '" + spec.TargetName + "', which this port does not have");
+  const std::uint32_t askedSectorSize = spec.DiskSpecification.SectorSize;
+  if (askedSectorSize != 0 && askedSectorSize != info->sectorSize) {
+    m_log(LogLevel::Info, worker + " gives target '" + spec.TargetName + "' sectors of " +
+                              std::to_string(askedSectorSize) + " bytes; the port's own " +
+                              std::to_string(info->sectorSize) + " are used");
   }
-  const Timeline timeline{m_scheduler.NowMs(), m_config.setupStepMs,
-                          static_cast<std::int64_t>(durationSeconds) * units::kMsPerSecond};
-  std::vector<WorkerLoad> loads;
-  std::set<unsigned> started;
+  try {
+    TargetLoad::Check(*info, spec, profile);
+  } catch (const std::exception& e) {
+    throw Refusal(worker + " on target '" + spec.TargetName + "': " + e.what());
+  }
+  return WorkerPlan::Target{info, spec};
+}
+
+std::vector<WorkerPlan> StorageFirmware::PlanWorkers(const std::vector<unsigned>& workerHandles) {
+  std::vector<WorkerPlan> plans;
+  std::set<unsigned> planned;
   for (unsigned handle : workerHandles) {
-    if (!started.insert(handle).second) continue;
+    if (!planned.insert(handle).second) continue;
     const std::string worker = "worker " + std::to_string(handle);
     const auto config = m_workers.find(handle);
     if (config == m_workers.end()) throw Refusal(worker + " is unknown");
@@ -309,20 +319,13 @@ std::unique_ptr<TestRun> StorageFirmware::PrepareRun(const std::vector<unsigned>
     if (spec == m_accessSpecs.end()) {
       throw Refusal(worker + " runs access spec " + std::to_string(config->second.profileHandle) + ", which is unknown");
     }
-    WorkerLoad load{handle, {}};
+    WorkerPlan plan{handle, spec->second.workerProfile, {}};
     for (const BST_1_bll::TargetSpec_s& target : config->second.targetSpec) {
-      const TargetInfo* info = FindTarget(target.TargetName);
-      if (info == nullptr) throw Refusal(worker + " names target '" + target.TargetName + "', which this port does not have");
-      try {
-        load.targets.push_back(
-            std::make_unique<TargetLoad>(*m_engine, *info, target, spec->second.workerProfile, timeline.Window()));
-      } catch (const std::exception& e) {
-        throw Refusal(worker + " on target '" + target.TargetName + "': " + e.what());
-      }
+      plan.targets.push_back(PlanTarget(worker, target, plan.profile));
     }
-    loads.push_back(std::move(load));
+    plans.push_back(std::move(plan));
   }
-  return std::make_unique<TestRun>(timeline, std::move(loads));
+  return plans;
 }
 
 void StorageFirmware::OnStartTest(std::uint64_t id, const Message& request) {
@@ -330,17 +333,55 @@ void StorageFirmware::OnStartTest(std::uint64_t id, const Message& request) {
   unsigned long durationSeconds = 0;
   BST_1_port::parse_req_StartTest(&request, &workerHandles, &durationSeconds);
   if (m_run) throw Refusal("a test is running");
-  m_run = PrepareRun(workerHandles, durationSeconds);
+  if (durationSeconds > kLongestTestSeconds) {
+    throw Refusal("a duration of " + std::to_string(durationSeconds) + " s is above the longest test of " +
+                  std::to_string(kLongestTestSeconds) + " s");
+  }
+  const Timeline timeline{m_scheduler.NowMs(), m_config.setupStepMs,
+                          static_cast<std::int64_t>(durationSeconds) * units::kMsPerSecond};
+  m_run = std::make_unique<TestRun>(timeline, PlanWorkers(workerHandles), *m_engines);
+  ++m_runNumber;
   m_startRequestId = id;
-  m_endTimer = m_scheduler.RunAfter(m_run->GetTimeline().EndMs() - m_scheduler.NowMs(), [this] { FinishTest(); });
-  m_pollTicker.Start(m_config.pollPeriodMs, [this] { m_run->AdvanceTo(m_scheduler.NowMs()); });
+  m_phaseTimer = m_scheduler.RunAfter(m_config.setupStepMs, [this] { OnPrepared(); });
 }
 
-void StorageFirmware::FinishTest() {
-  m_endTimer = 0;
-  if (m_figuresRegistered) SendFigures(EnumResultState::RESULT_INACTIVE);
+void StorageFirmware::OnPrepared() {
+  m_run->Prepared(m_scheduler.NowMs());
+  m_phaseTimer = m_scheduler.RunAfter(m_config.setupStepMs, [this] { BeginIo(); });
+  m_endTimer = m_scheduler.RunAfter(m_run->GetTimeline().EndMs() - m_scheduler.NowMs(),
+                                    [this] { FinishTest(StatusCode_t::Success); });
+}
+
+void StorageFirmware::BeginIo() {
+  m_phaseTimer = 0;
+  try {
+    m_run->BeginIo([this](const std::string& why) { FailRunFromAnyThread(why); });
+  } catch (const std::exception& e) {
+    FailRunFromAnyThread(e.what());
+    return;
+  }
+  if (m_engines->GetPace() == IoEngine::Pace::Computed) {
+    m_pollTicker.Start(m_config.pollPeriodMs, [this] { m_run->AdvanceTo(m_scheduler.NowMs()); });
+  }
+}
+
+void StorageFirmware::FailRunFromAnyThread(const std::string& why) {
+  m_log(LogLevel::Error, "The test ends with Failure: " + why);
+  const std::weak_ptr<StorageFirmware*> self = m_self;
+  const std::uint64_t run = m_runNumber;
+  m_scheduler.PostFromAnyThread([self, run] {
+    const auto alive = self.lock();
+    if (alive && (*alive)->m_run && (*alive)->m_runNumber == run) (*alive)->FinishTest(StatusCode_t::Failure);
+  });
+}
+
+void StorageFirmware::FinishTest(StatusCode_t status) {
+  m_run->Stop();
+  m_run->AdvanceTo(m_scheduler.NowMs());
+  if (m_figuresRegistered) SendFigures(status == StatusCode_t::Success ? EnumResultState::RESULT_INACTIVE
+                                                                      : EnumResultState::RESULT_INACTIVE);
   Message reply;
-  BST_1_port::create_resp_StartTest(&reply, StatusCode_t::Success);
+  BST_1_port::create_resp_StartTest(&reply, status);
   Reply(m_startRequestId, reply);
   if (m_progressRegistered) SendProgress(TestStatus_t::Done100Percent);
   EndRun();
@@ -361,8 +402,10 @@ void StorageFirmware::OnStopTest(std::uint64_t id, const Message& request) {
 
 void StorageFirmware::EndRun() {
   m_pollTicker.Stop();
-  if (m_endTimer != 0) m_scheduler.Cancel(m_endTimer);
-  m_endTimer = 0;
+  for (Scheduler::TimerId* timer : {&m_phaseTimer, &m_endTimer}) {
+    if (*timer != 0) m_scheduler.Cancel(*timer);
+    *timer = 0;
+  }
   m_run.reset();
 }
 

@@ -22,10 +22,13 @@
 // - "BST_1.StartTest": runs the named workers (each once, in the order named) for `duration`
 //   seconds along the timeline of TestRun.h. Refused with Failure, nothing started, while a test
 //   runs, and for an unknown worker, a worker whose access spec is unknown, a worker target that
-//   is not configured or whose I/O cannot run (see IoPattern and TargetLoad), a target the engine
-//   cannot open, or a duration above kLongestTestSeconds. Otherwise answered when the workers
-//   have finished, in this order: the last figures (if registered), Success to the start, then
-//   the final progress value "Done100Percent" (if registered).
+//   is not on the port's allow-list or whose I/O cannot run (see IoPattern and TargetLoad), or a
+//   duration above kLongestTestSeconds. A target spec's sector size that differs from the port's
+//   own is logged and the port's own is used. Otherwise answered when the workers have finished,
+//   in this order: the last figures (if registered), Success to the start, then the final
+//   progress value "Done100Percent" (if registered). A run that fails once started (an engine or
+//   a target that fails on an I/O thread) is answered the same way but with Failure, and the
+//   reason is logged.
 // - "BST_1.StopTest": while a test runs, ends it: Success to the start, then Success to the stop,
 //   and no final progress value. With no test running: Success to the stop.
 // - "BST_1.Echo", "BST_1.SetDebugSettings": Success.
@@ -53,7 +56,6 @@
 #include <string>
 #include <vector>
 
-#include "tm/RpcFrame.h"
 #include "msg/BST_1.h"
 #include "port/engines/IoEngine.h"
 #include "port/firmware/FirmwareConfig.h"
@@ -75,8 +77,8 @@ class StorageFirmware {
   static constexpr std::uint64_t kLongestTestSeconds = 365ULL * 24 * 60 * 60;
 
   // Throws std::invalid_argument for a configuration ValidateFirmwareConfig refuses, a null
-  // engine, an empty log or an empty sink.
-  StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngine> engine, Scheduler& scheduler, PortLog log,
+  // engine factory, an empty log or an empty sink.
+  StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngineFactory> engines, Scheduler& scheduler, PortLog log,
                   FrameSink sink);
   ~StorageFirmware();
   StorageFirmware(const StorageFirmware&) = delete;
@@ -113,17 +115,23 @@ class StorageFirmware {
   void OnStopTest(std::uint64_t id, const Message& request);
   void OnSetDebugSettings(std::uint64_t id, const Message& request);
 
-  std::unique_ptr<TestRun> PrepareRun(const std::vector<unsigned>& workerHandles, unsigned long durationSeconds);
+  std::vector<WorkerPlan> PlanWorkers(const std::vector<unsigned>& workerHandles);
+  WorkerPlan::Target PlanTarget(const std::string& worker, const BST_1_bll::TargetSpec_s& spec,
+                                const bst_1_bll::StorageWorkerProfile_s& profile);
   const TargetInfo* FindTarget(const std::string& name) const;
   void SendProgress(BST_1_bll::TestStatus_t phase);
   void SendFigures(result_1_bll::EnumResultState state);
-  void FinishTest();
+  void OnPrepared();
+  void BeginIo();
+  // From any thread: the run ends with Failure, on the firmware's thread, if it is still running.
+  void FailRunFromAnyThread(const std::string& why);
+  void FinishTest(BST_1_bll::StatusCode_t status);
   void EndRun();
 
   static const std::map<std::string, Handler>& Handlers();
 
   const FirmwareConfig m_config;
-  const std::unique_ptr<IoEngine> m_engine;
+  const std::unique_ptr<IoEngineFactory> m_engines;
   Scheduler& m_scheduler;
   const PortLog m_log;
   const FrameSink m_sink;
@@ -137,9 +145,13 @@ class StorageFirmware {
   Ticker m_figuresTicker;
 
   std::unique_ptr<TestRun> m_run;
+  std::uint64_t m_runNumber = 0;  // which run work posted from an I/O thread belongs to
   std::uint64_t m_startRequestId = 0;
   Ticker m_pollTicker;
+  Scheduler::TimerId m_phaseTimer = 0;
   Scheduler::TimerId m_endTimer = 0;
+  // Work posted from other threads holds a weak reference and does nothing once the firmware is gone.
+  const std::shared_ptr<StorageFirmware*> m_self = std::make_shared<StorageFirmware*>(this);
 };
 
 }  // namespace storageio_port

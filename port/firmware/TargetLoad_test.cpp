@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "port/engines/ModelEngine.h"
+#include "port/firmware/WorkerLoad.h"
 
 namespace storageio_port {
 namespace {
 
 const ModelEngine::Config kDevice{100.0, 1.0};
-const TargetInfo kDisk{"disk0", 512, 2'000'000};
+const TargetInfo kDisk = ModelDisk("disk0", 512, 2'000'000);
 const double kSequential4k = ModelEngine::ServiceTimeMs(kDevice, 4096, false);  // 0.14096 ms
 
 // 4 KiB sequential reads, one in flight, recorded over the first second.
@@ -19,15 +20,18 @@ struct Load {
 
   // Runs on a model device up to 1000 ms, advancing every `stepMs`.
   IoTally Run(double stepMs = 1000) const {
-    ModelEngine engine(kDevice);
-    TargetLoad load(engine, kDisk, spec, profile, window);
+    TallyBoard board(1);
+    WorkerLoad load(WorkerPlan{20, profile, {{&kDisk, spec}}}, std::make_unique<ModelEngine>(kDevice),
+                    IoEngine::Pace::Computed, window, board);
     for (double now = stepMs; now < 1000; now += stepMs) load.AdvanceTo(now);
     load.AdvanceTo(1000);
-    return load.Tally();
+    const TallySnapshot snapshot = board.Read();
+    EXPECT_EQ(snapshot.recordedMs, window.endMs - window.recordFromMs);
+    return snapshot.targets.at(0);
   }
 };
 
-TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEachAndConnectionsGroupThem) {
+TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEach) {
   Load load;
   const IoTally tally = load.Run();
   EXPECT_EQ(tally.reads, static_cast<std::uint64_t>(1000 / kSequential4k));  // 7094
@@ -36,14 +40,24 @@ TEST(TargetLoad, OneInFlightKeepsTheDeviceBusyAtOneServiceTimeEachAndConnections
   EXPECT_NEAR(tally.maxReadLatencyMs, kSequential4k, 1e-9);
   load.profile.PercentRandomDistribution = 100;
   EXPECT_EQ(load.Run().reads, static_cast<std::uint64_t>(1000 / ModelEngine::ServiceTimeMs(kDevice, 4096, true)));
+}
 
-  load.profile.PercentRandomDistribution = 0;  // connections group transactions
+TEST(TargetLoad, AConnectionEndsByDrainingWhatIsInFlightThenReopens) {
+  Load load;
   load.spec.EnableTestConnectionRate = true;
   load.spec.TransactionsPerConnection = 3;
-  const IoTally grouped = load.Run();
-  EXPECT_EQ(grouped.connections, grouped.reads / 3);
-  EXPECT_NEAR(grouped.connectionLatencyMs, grouped.connections * 3 * kSequential4k, 1e-6);
-  EXPECT_NEAR(grouped.maxConnectionLatencyMs, 3 * kSequential4k, 1e-9);
+  const IoTally single = load.Run();  // nothing else in flight: the reopen costs no model time
+  EXPECT_EQ(single.connections, single.reads / 3);
+  EXPECT_EQ(single.maxConnectionLatencyMs, 0.0);
+
+  // Four in flight, eight per connection: the three still in flight after the eighth drain one
+  // service time after the other, then the queue starts empty again.
+  load.spec.QueueDepth = 4;
+  load.spec.TransactionsPerConnection = 8;
+  const IoTally drained = load.Run();
+  EXPECT_EQ(drained.connections, drained.reads / 11);  // each connection: 8, then 3 drained
+  EXPECT_NEAR(drained.maxConnectionLatencyMs, 3 * kSequential4k, 1e-9);
+  EXPECT_NEAR(drained.connectionLatencyMs, drained.connections * 3 * kSequential4k, 1e-6);
 }
 
 TEST(TargetLoad, AFullQueueWaitsBehindTheIosAheadOfIt) {
@@ -90,13 +104,18 @@ TEST(TargetLoad, FiguresDoNotDependOnHowOftenTheLoadIsAdvanced) {
 TEST(TargetLoad, RefusesWhatCannotRunAndLeavesNothingOpen) {
   Load load;
   ModelEngine engine(kDevice);
+  const auto pace = IoEngine::Pace::Computed;
   load.spec.QueueDepth = TargetLoad::kMostInFlight + 1;
-  EXPECT_THROW(TargetLoad(engine, kDisk, load.spec, load.profile, load.window), std::invalid_argument);
+  EXPECT_THROW(TargetLoad::Check(kDisk, load.spec, load.profile), std::invalid_argument);
+  EXPECT_THROW(TargetLoad(engine, pace, kDisk, load.spec, load.profile, 20, load.window), std::invalid_argument);
   load.spec.QueueDepth = 1;
+  load.spec.DiskSpecification.StartingDiskSector = kDisk.sectorCount;
+  EXPECT_THROW(TargetLoad::Check(kDisk, load.spec, load.profile), std::invalid_argument);
+  load.spec.DiskSpecification.StartingDiskSector = 0;
   TargetInfo unnamed = kDisk;
   unnamed.name.clear();
-  EXPECT_THROW(TargetLoad(engine, unnamed, load.spec, load.profile, load.window), EngineError);
-  EXPECT_EQ(engine.Open(kDisk), 1u);  // the engine's first handle: nothing stayed open
+  EXPECT_THROW(TargetLoad(engine, pace, unnamed, load.spec, load.profile, 20, load.window), EngineError);
+  EXPECT_EQ(engine.Open(kDisk, false), 1u);  // the engine's first handle: nothing stayed open
 }
 
 }  // namespace

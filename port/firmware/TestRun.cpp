@@ -8,48 +8,67 @@ namespace storageio_port {
 
 using BST_1_bll::TestStatus_t;
 
-LoadWindow Timeline::Window() const {
-  return LoadWindow{static_cast<double>(BeginIoMs()), static_cast<double>(RecordFromMs()),
-                    static_cast<double>(EndMs())};
+TestRun::TestRun(Timeline timeline, std::vector<WorkerPlan> workers, const IoEngineFactory& engines)
+    : m_timeline(timeline), m_workers(std::move(workers)), m_engines(engines) {
+  for (const WorkerPlan& worker : m_workers) m_boards.push_back(std::make_unique<TallyBoard>(worker.targets.size()));
 }
 
-TestRun::TestRun(Timeline timeline, std::vector<WorkerLoad> workers)
-    : m_timeline(timeline), m_workers(std::move(workers)) {}
+TestRun::~TestRun() { Stop(); }
 
 TestStatus_t TestRun::PhaseAt(std::int64_t nowMs) const {
-  const std::int64_t sinceStart = nowMs - m_timeline.startMs;
-  if (sinceStart < m_timeline.setupStepMs) return TestStatus_t::PreppingDisks;
-  if (sinceStart < 2 * m_timeline.setupStepMs) return TestStatus_t::StartingTest;
+  if (m_timeline.preparedMs == Timeline::kNotPrepared) return TestStatus_t::PreppingDisks;
+  if (nowMs < m_timeline.BeginIoMs()) return TestStatus_t::StartingTest;
   const std::int64_t recorded = nowMs - m_timeline.RecordFromMs();
   if (recorded < 0) return TestStatus_t::BeginningIO;
   // Quarters of the duration recorded, at most three while running.
-  const std::int64_t quarters = m_timeline.durationMs > 0 ? std::min<std::int64_t>(3, 4 * recorded / m_timeline.durationMs) : 3;
+  const std::int64_t quarters =
+      m_timeline.durationMs > 0 ? std::min<std::int64_t>(3, 4 * recorded / m_timeline.durationMs) : 3;
   return static_cast<TestStatus_t>(static_cast<int>(TestStatus_t::RecordingIO) + quarters);
 }
 
-void TestRun::AdvanceTo(std::int64_t nowMs) {
-  for (WorkerLoad& worker : m_workers) {
-    for (const auto& target : worker.targets) target->AdvanceTo(static_cast<double>(nowMs));
+void TestRun::Prepared(std::int64_t nowMs) { m_timeline.preparedMs = nowMs; }
+
+void TestRun::BeginIo(IoThreads::FailureSink onFailure) {
+  if (m_engines.GetPace() == IoEngine::Pace::Real) {
+    m_ioThreads = std::make_unique<IoThreads>(m_workers, m_engines, m_boards,
+                                              static_cast<double>(m_timeline.setupStepMs),
+                                              static_cast<double>(m_timeline.durationMs), std::move(onFailure));
+    return;
+  }
+  const LoadWindow window{static_cast<double>(m_timeline.BeginIoMs()), static_cast<double>(m_timeline.RecordFromMs()),
+                          static_cast<double>(m_timeline.EndMs())};
+  for (std::size_t i = 0; i < m_workers.size(); ++i) {
+    m_computedLoads.push_back(
+        std::make_unique<WorkerLoad>(m_workers[i], m_engines.Make(), IoEngine::Pace::Computed, window, *m_boards[i]));
   }
 }
 
-void TestRun::Figures(std::int64_t nowMs, result_1_bll::EnumResultState state,
+void TestRun::AdvanceTo(std::int64_t nowMs) {
+  for (const auto& load : m_computedLoads) load->AdvanceTo(static_cast<double>(nowMs));
+}
+
+void TestRun::Stop() {
+  if (m_ioThreads) m_ioThreads->Stop();
+}
+
+void TestRun::Figures(result_1_bll::EnumResultState state,
                       std::vector<bst_1_bll::StorageWorkerResults_s>& workerResults,
                       std::vector<bst_1_bll::StorageDiscoveredTargetResults_s>& targetResults) const {
-  const std::int64_t recordedMs =
-      std::clamp(nowMs, m_timeline.RecordFromMs(), m_timeline.EndMs()) - m_timeline.RecordFromMs();
-  const double recordedSeconds = static_cast<double>(recordedMs) / units::kMsPerSecond;
   const auto resultState = static_cast<unsigned char>(state);
   workerResults.clear();
   targetResults.clear();
-  for (const WorkerLoad& worker : m_workers) {
+  for (std::size_t w = 0; w < m_workers.size(); ++w) {
+    const WorkerPlan& worker = m_workers[w];
+    const TallySnapshot snapshot = m_boards[w]->Read();
+    const double recordedSeconds = snapshot.recordedMs / units::kMsPerSecond;
     IoTally workerTally;
-    for (const auto& target : worker.targets) {
-      workerTally.Merge(target->Tally());
+    for (std::size_t t = 0; t < worker.targets.size(); ++t) {
+      const BST_1_bll::TargetSpec_s& spec = worker.targets[t].spec;
+      workerTally.Merge(snapshot.targets[t]);
       bst_1_bll::StorageDiscoveredTargetResults_s record;
       record.StorageBaseResults =
-          ToBaseResults(target->Tally(), recordedSeconds, result_1_bll::Result_s{resultState, target->Spec().BllHandle});
-      record.TargetName = target->Spec().TargetName;
+          ToBaseResults(snapshot.targets[t], recordedSeconds, result_1_bll::Result_s{resultState, spec.BllHandle});
+      record.TargetName = spec.TargetName;
       targetResults.push_back(std::move(record));
     }
     bst_1_bll::StorageWorkerResults_s record;

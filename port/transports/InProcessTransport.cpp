@@ -2,6 +2,7 @@
 
 #include "kel/core/PortChannels.h"
 #include "kel/framework/Logger.h"
+#include "port/engines/IoUringEngine.h"
 
 namespace storageio_port {
 
@@ -25,9 +26,10 @@ void LogToHost(LogLevel level, const std::string& line) {
 
 }  // namespace
 
-InProcessTransport::InProcessTransport(std::string endpoint, FirmwareConfig config, std::unique_ptr<IoEngine> engine)
+InProcessTransport::InProcessTransport(std::string endpoint, FirmwareConfig config,
+                                       std::unique_ptr<IoEngineFactory> engines)
     : m_endpoint(std::move(endpoint)),
-      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engine), m_scheduler, LogToHost,
+      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engines), m_scheduler, LogToHost,
                                                    [this](Bytes frame) {
                                                      if (m_connected) Deliver(std::move(frame));
                                                    })) {}
@@ -52,19 +54,30 @@ void InProcessTransport::SetConnected(bool connected) {
 FirmwareConfig InProcessSetup::DefaultFirmwareConfig() {
   FirmwareConfig config;
   config.targets = {
-      TargetInfo{"disk0", 512, 8388608, TargetKind::PhysicalDisk, 32},
-      TargetInfo{"disk1", 4096, 262144, TargetKind::LogicalDisk, 64},
+      ModelDisk("disk0", 512, 8388608, DiskType::PhysicalDisk, 32),
+      ModelDisk("disk1", 4096, 262144, DiskType::LogicalDisk, 64),
   };
   return config;
 }
 
-void RegisterInProcessTransport(const InProcessSetup& setup) {
+std::unique_ptr<IoEngineFactory> InProcessSetup::MakeEngines() const {
+  if (engine == Engine::IoUring) return std::make_unique<IoUringEngine::Factory>();
+  return std::make_unique<ModelEngine::Factory>(device);
+}
+
+void RegisterInProcessTransport(const InProcessSetup& defaults, const std::map<std::string, InProcessSetup>& ports) {
   // A bad setup is refused now rather than when a port first needs it.
-  ValidateFirmwareConfig(setup.firmware);
-  const ModelEngine check(setup.device);
+  const auto check = [](const InProcessSetup& setup) {
+    ValidateFirmwareConfig(setup.firmware);
+    setup.MakeEngines();
+  };
+  check(defaults);
+  for (const auto& [location, setup] : ports) check(setup);
   kel::core::CPortChannels::Instance().RegisterTransport(
-      "inproc", [setup](kel::core::CPort&, const std::string& location) -> std::unique_ptr<kel::core::Messenger> {
-        return std::make_unique<InProcessTransport>(location, setup.firmware, std::make_unique<ModelEngine>(setup.device));
+      "inproc", [defaults, ports](kel::core::CPort&, const std::string& location) -> std::unique_ptr<kel::core::Messenger> {
+        const auto own = ports.find(location);
+        const InProcessSetup& setup = own == ports.end() ? defaults : own->second;
+        return std::make_unique<InProcessTransport>(location, setup.firmware, setup.MakeEngines());
       });
 }
 

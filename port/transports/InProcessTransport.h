@@ -13,6 +13,7 @@
 // Threads: everything on the business-layer thread. The transport owns its firmware and engine;
 // destroying it ends a running test silently, and frames it queued for the firmware are dropped.
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -27,7 +28,7 @@ namespace storageio_port {
 class InProcessTransport : public kel::core::Messenger {
  public:
   // Throws what StorageFirmware's constructor throws.
-  InProcessTransport(std::string endpoint, FirmwareConfig config, std::unique_ptr<IoEngine> engine);
+  InProcessTransport(std::string endpoint, FirmwareConfig config, std::unique_ptr<IoEngineFactory> engines);
   ~InProcessTransport() override;
 
   const std::string& GetEndpoint() const override { return m_endpoint; }
@@ -44,18 +45,27 @@ class InProcessTransport : public kel::core::Messenger {
   std::shared_ptr<StorageFirmware> m_firmware;
 };
 
-// The embedded port: two model disks, "disk0" (4 GiB of 512-byte sectors, physical) and "disk1"
-// (1 GiB of 4096-byte sectors, logical), on devices of 100 MB/s and 1 ms latency.
+// One embedded port: its targets and settings, and its engine. By default two model disks, "disk0"
+// (4 GiB of 512-byte sectors, physical) and "disk1" (1 GiB of 4096-byte sectors, logical), on
+// devices of 100 MB/s and 1 ms latency. With the io_uring engine the targets are files or block
+// devices (RealTarget) and the host's clock must be real.
 struct InProcessSetup {
+  enum class Engine { Model, IoUring };
+
   FirmwareConfig firmware = DefaultFirmwareConfig();
-  ModelEngine::Config device;
+  Engine engine = Engine::Model;
+  ModelEngine::Config device;  // the model engine's devices
 
   static FirmwareConfig DefaultFirmwareConfig();
+  // Throws std::invalid_argument for a device the model engine refuses.
+  std::unique_ptr<IoEngineFactory> MakeEngines() const;
 };
 
-// Serves the location scheme "inproc" with an InProcessTransport over a ModelEngine, both made
-// from `setup` for each port. Replaces an earlier registration of the scheme. Throws
-// std::invalid_argument, before registering anything, for a setup the firmware or engine refuses.
-void RegisterInProcessTransport(const InProcessSetup& setup = InProcessSetup());
+// Serves the location scheme "inproc" with an InProcessTransport per port: a port whose location
+// is a key of `ports` ("inproc://<port name>", say) gets that setup, any other `defaults`.
+// Replaces an earlier registration of the scheme. Throws std::invalid_argument, before
+// registering anything, for a setup the firmware or engine refuses.
+void RegisterInProcessTransport(const InProcessSetup& defaults = InProcessSetup(),
+                                const std::map<std::string, InProcessSetup>& ports = {});
 
 }  // namespace storageio_port

@@ -21,7 +21,7 @@ class InProcessTransportTest : public ::testing::Test {
   void SetUp() override {
     CTaskManager::Instance().Reset();
     CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
-    m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(), std::make_unique<ModelEngine>(ModelEngine::Config{}));
+    m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(), std::make_unique<ModelEngine::Factory>(ModelEngine::Config{}));
     m_transport->SetReceiver([this](std::vector<unsigned char> bytes) { m_received.push_back(DecodeFrame(bytes)); });
     m_transport->SetConnectionCallback([this](bool connected) { m_connection.push_back(connected); });
   }

@@ -28,8 +28,8 @@ struct Sent {
 // Two disks and setup phases of 100 ms.
 inline FirmwareConfig TestConfig() {
   FirmwareConfig config;
-  config.targets = {TargetInfo{"disk0", 512, 2'000'000, TargetKind::PhysicalDisk, 32},
-                    TargetInfo{"disk1", 4096, 100'000, TargetKind::LogicalDisk, 64}};
+  config.targets = {ModelDisk("disk0", 512, 2'000'000, DiskType::PhysicalDisk, 32),
+                    ModelDisk("disk1", 4096, 100'000, DiskType::LogicalDisk, 64)};
   return config;
 }
 
@@ -50,7 +50,7 @@ class FirmwareTest : public ::testing::Test {
 
   void SetUp() override {
     m_firmware = std::make_unique<StorageFirmware>(
-        TestConfig(), std::make_unique<ModelEngine>(kDevice), m_scheduler,
+        TestConfig(), std::make_unique<ModelEngine::Factory>(kDevice), m_scheduler,
         [this](LogLevel, const std::string& line) { m_log.push_back(line); },
         [this](std::vector<unsigned char> bytes) { m_sent.push_back(Sent{DecodeFrame(bytes), m_scheduler.NowMs()}); });
   }
