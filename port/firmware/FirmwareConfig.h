@@ -12,10 +12,11 @@ struct FirmwareConfig {
   // The targets the port may touch: learn answers with them, in this order, and a worker's
   // target that is not among them (by name) is refused when its test starts.
   std::vector<TargetInfo> targets;
-  // Length of each of the setup phases PreppingDisks, StartingTest and BeginningIO (TestRun.h).
+  // Length of the setup phases StartingTest and BeginningIO (the warm-up), and of PreppingDisks
+  // when no target needs laying out (TestRun.h).
   std::int64_t setupStepMs = 100;
-  // How often running workers are moved on between notifications; an engine that does real I/O
-  // needs it short, the model engine does not care.
+  // How often a computed engine's workers are moved on between notifications. Engines of real
+  // pace are driven by their completions instead.
   std::int64_t pollPeriodMs = 100;
 };
 

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "port/firmware/Units.h"
+#include "port/targets/TargetFile.h"
 
 namespace storageio_port {
 
@@ -299,12 +300,45 @@ WorkerPlan::Target StorageFirmware::PlanTarget(const std::string& worker, const 
                               std::to_string(askedSectorSize) + " bytes; the port's own " +
                               std::to_string(info->sectorSize) + " are used");
   }
+  const std::string where = worker + " on target '" + spec.TargetName + "'";
   try {
     TargetLoad::Check(*info, spec, profile);
   } catch (const std::exception& e) {
-    throw Refusal(worker + " on target '" + spec.TargetName + "': " + e.what());
+    throw Refusal(where + ": " + e.what());
   }
+  if (info->device) CheckRealTarget(where, *info, profile);
   return WorkerPlan::Target{info, spec};
+}
+
+void StorageFirmware::CheckRealTarget(const std::string& where, const TargetInfo& info,
+                                      const bst_1_bll::StorageWorkerProfile_s& profile) {
+  const ResolvedTarget& device = *info.device;
+  const bool forWrites = profile.PercentReadDistribution < 100;
+  if (forWrites && !info.writesAllowed) {
+    throw Refusal(where + ": writing to block device " + device.resolvedPath +
+                  " needs the port's block-device write flag");
+  }
+  // A file the run will create cannot be opened yet; it will be direct unless given as buffered.
+  bool direct = !device.buffered;
+  if (device.identity.known) {
+    try {
+      const TargetFile file = OpenTarget(device, OpenIntent{forWrites, info.writesAllowed});
+      direct = file.isDirect();
+      m_log(LogLevel::Info, device.Describe() + ": " + file.ioModeReason());
+    } catch (const std::exception& e) {
+      throw Refusal(where + ": " + e.what());
+    }
+  }
+  if (!direct) return;
+  const std::uint64_t multiple = device.directIoAlignment;
+  const auto refuseUnlessMultiple = [&](const char* what, std::uint64_t value) {
+    if (value % multiple != 0) {
+      throw Refusal(where + ": " + what + " " + std::to_string(value) + " is not a multiple of " +
+                    std::to_string(multiple) + " bytes, which O_DIRECT on it requires");
+    }
+  };
+  refuseUnlessMultiple("transfer size", profile.TransferRequestSize);
+  refuseUnlessMultiple("alignment", AlignmentOf(profile, info));
 }
 
 std::vector<WorkerPlan> StorageFirmware::PlanWorkers(const std::vector<unsigned>& workerHandles) {
@@ -342,7 +376,21 @@ void StorageFirmware::OnStartTest(std::uint64_t id, const Message& request) {
   m_run = std::make_unique<TestRun>(timeline, PlanWorkers(workerHandles), *m_engines);
   ++m_runNumber;
   m_startRequestId = id;
-  m_phaseTimer = m_scheduler.RunAfter(m_config.setupStepMs, [this] { OnPrepared(); });
+  if (m_run->FilesToLayOut().empty()) {
+    m_phaseTimer = m_scheduler.RunAfter(m_config.setupStepMs, [this] { OnPrepared(); });
+    return;
+  }
+  m_run->StartLayout([this](const std::vector<std::string>& laidOut, const std::string& error) {
+    PostToRunFromAnyThread([this, laidOut, error] {
+      for (const std::string& line : laidOut) m_log(LogLevel::Info, line);
+      if (error.empty()) {
+        OnPrepared();
+        return;
+      }
+      m_log(LogLevel::Error, "The test ends with Failure: " + error);
+      FinishTest(StatusCode_t::Failure);
+    });
+  });
 }
 
 void StorageFirmware::OnPrepared() {
@@ -365,21 +413,24 @@ void StorageFirmware::BeginIo() {
   }
 }
 
-void StorageFirmware::FailRunFromAnyThread(const std::string& why) {
-  m_log(LogLevel::Error, "The test ends with Failure: " + why);
+void StorageFirmware::PostToRunFromAnyThread(std::function<void()> work) {
   const std::weak_ptr<StorageFirmware*> self = m_self;
   const std::uint64_t run = m_runNumber;
-  m_scheduler.PostFromAnyThread([self, run] {
+  m_scheduler.PostFromAnyThread([self, run, work = std::move(work)] {
     const auto alive = self.lock();
-    if (alive && (*alive)->m_run && (*alive)->m_runNumber == run) (*alive)->FinishTest(StatusCode_t::Failure);
+    if (alive && (*alive)->m_run && (*alive)->m_runNumber == run) work();
   });
+}
+
+void StorageFirmware::FailRunFromAnyThread(const std::string& why) {
+  m_log(LogLevel::Error, "The test ends with Failure: " + why);
+  PostToRunFromAnyThread([this] { FinishTest(StatusCode_t::Failure); });
 }
 
 void StorageFirmware::FinishTest(StatusCode_t status) {
   m_run->Stop();
   m_run->AdvanceTo(m_scheduler.NowMs());
-  if (m_figuresRegistered) SendFigures(status == StatusCode_t::Success ? EnumResultState::RESULT_INACTIVE
-                                                                      : EnumResultState::RESULT_INACTIVE);
+  if (m_figuresRegistered) SendFigures(EnumResultState::RESULT_INACTIVE);
   Message reply;
   BST_1_port::create_resp_StartTest(&reply, status);
   Reply(m_startRequestId, reply);

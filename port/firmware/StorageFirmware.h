@@ -23,7 +23,11 @@
 //   seconds along the timeline of TestRun.h. Refused with Failure, nothing started, while a test
 //   runs, and for an unknown worker, a worker whose access spec is unknown, a worker target that
 //   is not on the port's allow-list or whose I/O cannot run (see IoPattern and TargetLoad), or a
-//   duration above kLongestTestSeconds. A target spec's sector size that differs from the port's
+//   duration above kLongestTestSeconds. A real target is also refused, before any I/O, for a
+//   write to a block device without the port's write flag, a target that cannot be opened (in
+//   use, or no longer the file or device the port resolved when it started), and with O_DIRECT a
+//   transfer size or alignment that is not a multiple of its direct-I/O alignment. PreppingDisks
+//   lays out the file targets first (LayoutThread.h); each target's I/O mode is logged. A target spec's sector size that differs from the port's
 //   own is logged and the port's own is used. Otherwise answered when the workers have finished,
 //   in this order: the last figures (if registered), Success to the start, then the final
 //   progress value "Done100Percent" (if registered). A run that fails once started (an engine or
@@ -118,11 +122,17 @@ class StorageFirmware {
   std::vector<WorkerPlan> PlanWorkers(const std::vector<unsigned>& workerHandles);
   WorkerPlan::Target PlanTarget(const std::string& worker, const BST_1_bll::TargetSpec_s& spec,
                                 const bst_1_bll::StorageWorkerProfile_s& profile);
+  // Throws Refusal for a real target the worker may not use as its profile asks: a write the port
+  // does not allow, a target that cannot be opened, or direct I/O the transfers do not fit.
+  void CheckRealTarget(const std::string& where, const TargetInfo& info,
+                       const bst_1_bll::StorageWorkerProfile_s& profile);
   const TargetInfo* FindTarget(const std::string& name) const;
   void SendProgress(BST_1_bll::TestStatus_t phase);
   void SendFigures(result_1_bll::EnumResultState state);
   void OnPrepared();
   void BeginIo();
+  // From any thread: `work` runs on the firmware's thread if the run of now is still running then.
+  void PostToRunFromAnyThread(std::function<void()> work);
   // From any thread: the run ends with Failure, on the firmware's thread, if it is still running.
   void FailRunFromAnyThread(const std::string& why);
   void FinishTest(BST_1_bll::StatusCode_t status);

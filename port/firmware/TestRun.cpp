@@ -26,7 +26,27 @@ TestStatus_t TestRun::PhaseAt(std::int64_t nowMs) const {
   return static_cast<TestStatus_t>(static_cast<int>(TestStatus_t::RecordingIO) + quarters);
 }
 
-void TestRun::Prepared(std::int64_t nowMs) { m_timeline.preparedMs = nowMs; }
+std::vector<std::shared_ptr<ResolvedTarget>> TestRun::FilesToLayOut() const {
+  std::vector<std::shared_ptr<ResolvedTarget>> files;
+  for (const WorkerPlan& worker : m_workers) {
+    for (const WorkerPlan::Target& target : worker.targets) {
+      const std::shared_ptr<ResolvedTarget>& device = target.info->device;
+      if (device && device->kind == TargetKind::File && std::find(files.begin(), files.end(), device) == files.end()) {
+        files.push_back(device);
+      }
+    }
+  }
+  return files;
+}
+
+void TestRun::StartLayout(LayoutThread::Done onDone) {
+  m_layout = std::make_unique<LayoutThread>(FilesToLayOut(), std::move(onDone));
+}
+
+void TestRun::Prepared(std::int64_t nowMs) {
+  m_layout.reset();
+  m_timeline.preparedMs = nowMs;
+}
 
 void TestRun::BeginIo(IoThreads::FailureSink onFailure) {
   if (m_engines.GetPace() == IoEngine::Pace::Real) {
@@ -48,6 +68,7 @@ void TestRun::AdvanceTo(std::int64_t nowMs) {
 }
 
 void TestRun::Stop() {
+  m_layout.reset();
   if (m_ioThreads) m_ioThreads->Stop();
 }
 

@@ -19,7 +19,8 @@
 // BllHandle, and TargetName the target's name. A worker's record and its targets' records come
 // from one snapshot of its tallies, so they add up exactly.
 //
-// Threads: the firmware's thread, but for the failure sink of BeginIo (see IoThreads.h).
+// Threads: the firmware's thread, but for the sinks of StartLayout and BeginIo (see LayoutThread.h
+// and IoThreads.h).
 
 #include <cstdint>
 #include <memory>
@@ -28,6 +29,7 @@
 #include "msg/BST_1.h"
 #include "port/engines/IoEngine.h"
 #include "port/firmware/IoThreads.h"
+#include "port/firmware/LayoutThread.h"
 #include "port/firmware/TallyBoard.h"
 #include "port/firmware/WorkerLoad.h"
 
@@ -57,6 +59,11 @@ class TestRun {
   const std::vector<WorkerPlan>& Workers() const { return m_workers; }
   BST_1_bll::TestStatus_t PhaseAt(std::int64_t nowMs) const;
 
+  // The files the run's targets stand on, each once: what PreppingDisks lays out.
+  std::vector<std::shared_ptr<ResolvedTarget>> FilesToLayOut() const;
+  // Lays them out on a thread of its own (LayoutThread.h); stopping or destroying the run
+  // cancels it.
+  void StartLayout(LayoutThread::Done onDone);
   // PreppingDisks ends at `nowMs`.
   void Prepared(std::int64_t nowMs);
   // I/O begins (at the timeline's BeginIoMs): loads opened now on this thread, or I/O threads
@@ -77,6 +84,7 @@ class TestRun {
   const IoEngineFactory& m_engines;
   std::vector<std::unique_ptr<TallyBoard>> m_boards;
   std::vector<std::unique_ptr<WorkerLoad>> m_computedLoads;
+  std::unique_ptr<LayoutThread> m_layout;
   std::unique_ptr<IoThreads> m_ioThreads;
 };
 

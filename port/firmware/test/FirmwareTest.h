@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 #include "msg/BST_1.h"
 #include "port/engines/ModelEngine.h"
@@ -49,13 +51,27 @@ class FirmwareTest : public ::testing::Test {
   static constexpr ModelEngine::Config kDevice{100.0, 1.0};
 
   void SetUp() override {
+    Boot(TestConfig(), std::make_unique<ModelEngine::Factory>(kDevice), LoopScheduler::Clock::Virtual);
+  }
+  // A firmware of its own for the test, on a clock of its own.
+  void Boot(FirmwareConfig config, std::unique_ptr<IoEngineFactory> engines, LoopScheduler::Clock clock) {
+    m_firmware.reset();
+    m_scheduler = std::make_unique<LoopScheduler>(clock);
     m_firmware = std::make_unique<StorageFirmware>(
-        TestConfig(), std::make_unique<ModelEngine::Factory>(kDevice), m_scheduler,
-        [this](LogLevel, const std::string& line) { m_log.push_back(line); },
-        [this](std::vector<unsigned char> bytes) { m_sent.push_back(Sent{DecodeFrame(bytes), m_scheduler.NowMs()}); });
+        std::move(config), std::move(engines), *m_scheduler,
+        [this](LogLevel, const std::string& line) {
+          const std::lock_guard<std::mutex> lock(m_logMutex);
+          m_log.push_back(line);
+        },
+        [this](std::vector<unsigned char> bytes) { m_sent.push_back(Sent{DecodeFrame(bytes), m_scheduler->NowMs()}); });
   }
 
-  void RunFor(std::int64_t ms) { m_scheduler.RunFor(ms); }
+  void RunFor(std::int64_t ms) { m_scheduler->RunFor(ms); }
+  // Whether a logged line contains `text`.
+  bool Logged(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(m_logMutex);
+    return std::any_of(m_log.begin(), m_log.end(), [&](const std::string& line) { return line.find(text) != std::string::npos; });
+  }
   // Hands the firmware one request, built by `build`, as frame `id`.
   void Request(std::uint64_t id, const Build& build) {
     Message request;
@@ -89,7 +105,8 @@ class FirmwareTest : public ::testing::Test {
     Request(id, [&](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, seconds, true); });
   }
 
-  LoopScheduler m_scheduler{LoopScheduler::Clock::Virtual};
+  std::unique_ptr<LoopScheduler> m_scheduler;
+  std::mutex m_logMutex;  // I/O and layout threads log too
   std::vector<std::string> m_log;
   std::unique_ptr<StorageFirmware> m_firmware;
   std::vector<Sent> m_sent;
