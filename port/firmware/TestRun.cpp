@@ -48,11 +48,11 @@ void TestRun::Prepared(std::int64_t nowMs) {
   m_timeline.preparedMs = nowMs;
 }
 
-void TestRun::BeginIo(IoThreads::FailureSink onFailure) {
+void TestRun::BeginIo(PortLog log, IoThreads::FailureSink onFailure) {
   if (m_engines.GetPace() == IoEngine::Pace::Real) {
-    m_ioThreads = std::make_unique<IoThreads>(m_workers, m_engines, m_boards,
-                                              static_cast<double>(m_timeline.setupStepMs),
-                                              static_cast<double>(m_timeline.durationMs), std::move(onFailure));
+    m_ioThreads = std::make_unique<IoThreads>(
+        m_workers, m_engines, m_boards, static_cast<double>(m_timeline.setupStepMs),
+        static_cast<double>(m_timeline.durationMs), std::move(log), std::move(onFailure));
     return;
   }
   const LoadWindow window{static_cast<double>(m_timeline.BeginIoMs()), static_cast<double>(m_timeline.RecordFromMs()),

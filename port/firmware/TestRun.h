@@ -67,8 +67,9 @@ class TestRun {
   // PreppingDisks ends at `nowMs`.
   void Prepared(std::int64_t nowMs);
   // I/O begins (at the timeline's BeginIoMs): loads opened now on this thread, or I/O threads
-  // started. A failure of the computed loads throws; one on an I/O thread goes to `onFailure`.
-  void BeginIo(IoThreads::FailureSink onFailure);
+  // started, which write to `log`. A failure of the computed loads throws; one on an I/O thread
+  // goes to `onFailure`.
+  void BeginIo(PortLog log, IoThreads::FailureSink onFailure);
   // Computed pace: moves the loads on to `nowMs`. Real pace: nothing, the threads run themselves.
   void AdvanceTo(std::int64_t nowMs);
   // Ends the I/O; the boards then hold the last tallies. Idempotent.
