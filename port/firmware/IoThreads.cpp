@@ -37,11 +37,9 @@ std::string CpuLine(unsigned worker, const CpuSeconds& used, std::uint64_t ios) 
 }  // namespace
 
 IoThreads::IoThreads(const std::vector<WorkerPlan>& plans, const IoEngineFactory& engines,
-                     const std::vector<std::unique_ptr<TallyBoard>>& boards, double warmUpMs, double durationMs,
+                     const std::vector<std::unique_ptr<TallyBoard>>& boards, const LoadWindow& window,
                      PortLog log, FailureSink onFailure)
     : m_log(std::move(log)), m_onFailure(std::move(onFailure)) {
-  const double beginMs = MonotonicMs();
-  const LoadWindow window{beginMs, beginMs + warmUpMs, beginMs + warmUpMs + durationMs};
   m_threads.reserve(plans.size());
   for (std::size_t i = 0; i < plans.size(); ++i) {
     m_threads.emplace_back(&IoThreads::Run, this, std::cref(plans[i]), std::cref(engines), std::ref(*boards[i]),

@@ -4,8 +4,7 @@
 // stop is asked for, posting its tallies to its board after every round; completions refill the
 // queue at once, so it stays full.
 //
-// Every worker shares one window on MonotonicMs(): I/O begins when the threads start, recording
-// `warmUpMs` later, and ends `durationMs` after that.
+// Every worker shares one window on MonotonicMs(), the run's timeline carried over to that clock.
 //
 // Failures (the engine cannot be made, a target cannot be opened, an engine error mid-test) end
 // that worker's I/O and are reported through `onFailure` on the failing thread, with a text that
@@ -35,7 +34,7 @@ class IoThreads {
 
   // `plans`, `engines` and `boards` (one per plan, in order) must outlive the threads.
   IoThreads(const std::vector<WorkerPlan>& plans, const IoEngineFactory& engines,
-            const std::vector<std::unique_ptr<TallyBoard>>& boards, double warmUpMs, double durationMs, PortLog log,
+            const std::vector<std::unique_ptr<TallyBoard>>& boards, const LoadWindow& window, PortLog log,
             FailureSink onFailure);
   // Stops and waits for the threads.
   ~IoThreads();

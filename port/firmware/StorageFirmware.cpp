@@ -403,7 +403,7 @@ void StorageFirmware::OnPrepared() {
 void StorageFirmware::BeginIo() {
   m_phaseTimer = 0;
   try {
-    m_run->BeginIo(m_log, [this](const std::string& why) { FailRunFromAnyThread(why); });
+    m_run->BeginIo(m_scheduler.NowMs(), m_log, [this](const std::string& why) { FailRunFromAnyThread(why); });
   } catch (const std::exception& e) {
     FailRunFromAnyThread(e.what());
     return;

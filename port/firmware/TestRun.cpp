@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "port/firmware/MonotonicClock.h"
 #include "port/firmware/Units.h"
 
 namespace storageio_port {
@@ -48,15 +49,17 @@ void TestRun::Prepared(std::int64_t nowMs) {
   m_timeline.preparedMs = nowMs;
 }
 
-void TestRun::BeginIo(PortLog log, IoThreads::FailureSink onFailure) {
-  if (m_engines.GetPace() == IoEngine::Pace::Real) {
-    m_ioThreads = std::make_unique<IoThreads>(
-        m_workers, m_engines, m_boards, static_cast<double>(m_timeline.setupStepMs),
-        static_cast<double>(m_timeline.durationMs), std::move(log), std::move(onFailure));
-    return;
-  }
+void TestRun::BeginIo(std::int64_t nowMs, PortLog log, IoThreads::FailureSink onFailure) {
   const LoadWindow window{static_cast<double>(m_timeline.BeginIoMs()), static_cast<double>(m_timeline.RecordFromMs()),
                           static_cast<double>(m_timeline.EndMs())};
+  if (m_engines.GetPace() == IoEngine::Pace::Real) {
+    const double toMonotonicMs = MonotonicMs() - static_cast<double>(nowMs);
+    const LoadWindow monotonic{window.beginIoMs + toMonotonicMs, window.recordFromMs + toMonotonicMs,
+                               window.endMs + toMonotonicMs};
+    m_ioThreads = std::make_unique<IoThreads>(m_workers, m_engines, m_boards, monotonic, std::move(log),
+                                              std::move(onFailure));
+    return;
+  }
   for (std::size_t i = 0; i < m_workers.size(); ++i) {
     m_computedLoads.push_back(
         std::make_unique<WorkerLoad>(m_workers[i], m_engines.Make(), IoEngine::Pace::Computed, window, *m_boards[i]));

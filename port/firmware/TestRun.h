@@ -66,10 +66,11 @@ class TestRun {
   void StartLayout(LayoutThread::Done onDone);
   // PreppingDisks ends at `nowMs`.
   void Prepared(std::int64_t nowMs);
-  // I/O begins (at the timeline's BeginIoMs): loads opened now on this thread, or I/O threads
-  // started, which write to `log`. A failure of the computed loads throws; one on an I/O thread
-  // goes to `onFailure`.
-  void BeginIo(PortLog log, IoThreads::FailureSink onFailure);
+  // I/O begins at `nowMs`, the timeline's BeginIoMs: loads opened now on this thread, or I/O
+  // threads started, which write to `log` and keep the timeline carried over to MonotonicMs(), so
+  // that they record exactly while the firmware's clock says RecordingIO. A failure of the
+  // computed loads throws; one on an I/O thread goes to `onFailure`.
+  void BeginIo(std::int64_t nowMs, PortLog log, IoThreads::FailureSink onFailure);
   // Computed pace: moves the loads on to `nowMs`. Real pace: nothing, the threads run themselves.
   void AdvanceTo(std::int64_t nowMs);
   // Ends the I/O; the boards then hold the last tallies. Idempotent.
