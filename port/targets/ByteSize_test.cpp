@@ -5,6 +5,8 @@
 
 #include <stdexcept>
 
+#include "port/targets/test/TargetsTest.h"
+
 namespace storageio_port {
 namespace {
 
@@ -12,12 +14,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 
 std::string RefusalOf(const std::string& text) {
-  try {
-    ParseByteSize(text);
-  } catch (const std::invalid_argument& e) {
-    return e.what();
-  }
-  return "(accepted)";
+  return test::ThrownText<std::invalid_argument>([&] { ParseByteSize(text); });
 }
 
 TEST(ByteSize, PlainNumbersAreBytes) {
