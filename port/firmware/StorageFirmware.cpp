@@ -107,13 +107,32 @@ void StorageFirmware::OnFrame(const Bytes& bytes) {
       Dispatch(frame.id, frame.message);
     } catch (const std::exception& e) {
       LogWarning("Refused " + name + ": " + e.what());
-      Message reply;
-      BuildFailureReply(name, &reply);
-      Reply(frame.id, reply);
+      m_sink(FailureReplyTo(frame));
     }
   } catch (const std::exception& e) {
     LogWarning("Could not answer " + name + ": " + e.what());
   }
+}
+
+StorageFirmware::Bytes StorageFirmware::FailureReplyTo(const RpcFrame& request) {
+  Message reply;
+  BuildFailureReply(request.message.get_request_name(), &reply);
+  return EncodeFrame(RpcFrameKind::Reply, request.id, reply);
+}
+
+void StorageFirmware::ForgetHost() {
+  EndRun();
+  m_progressRegistered = m_figuresRegistered = false;
+  m_progressTicker.Stop();
+  m_figuresTicker.Stop();
+  m_accessSpecs.clear();
+  m_workers.clear();
+}
+
+void StorageFirmware::EndTestNow() {
+  if (!m_run) return;
+  const bool preparing = m_run->GetTimeline().preparedMs == Timeline::kNotPrepared;
+  FinishTest(preparing ? StatusCode_t::Failure : StatusCode_t::Success);
 }
 
 void StorageFirmware::Dispatch(std::uint64_t id, const Message& request) {

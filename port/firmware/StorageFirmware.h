@@ -91,6 +91,18 @@ class StorageFirmware {
   // One frame from the plug-in's side.
   void OnFrame(const Bytes& frame);
 
+  // The host that drove the port is gone: a running test ends as a stop would, but nothing is
+  // sent; notifications stop; access specs and workers are forgotten. Target files stay.
+  void ForgetHost();
+  // The port is asked to end (a signal to its agent): a running test ends as if its duration had
+  // elapsed (last figures, Success to the start, Done100Percent); one still laying out its files
+  // is answered Failure and the file being written is removed. Nothing happens with no test.
+  void EndTestNow();
+
+  // The Failure reply to `request`, encoded: how a port refuses a request it will not serve,
+  // whoever it comes from. Learn's Failure also carries an empty learntTargets.
+  static Bytes FailureReplyTo(const RpcFrame& request);
+
   bool IsTestRunning() const { return m_run != nullptr; }
   const std::map<unsigned, BST_1_bll::AccessSpec_s>& AccessSpecs() const { return m_accessSpecs; }
   const std::map<unsigned, BST_1_bll::WorkerConfig_s>& Workers() const { return m_workers; }
