@@ -3,13 +3,83 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
+#include <functional>
+#include <optional>
+#include <zmq.hpp>
+
 #include "AgentProcess.h"
 #include "RealClockE2ETest.h"
 #include "kel/core/Port.h"
+#include "msg/BST_1.h"
 #include "port/transports/zmq/ZmqTransport.h"
+#include "tm/RpcFrame.h"
 
 namespace storageio_e2e {
 namespace {
+
+using BST_1_bll::StatusCode_t;
+
+// A host reduced to a socket: requests built with the BST_1 builders, frames read as they come.
+class RawHost {
+ public:
+  explicit RawHost(const std::string& endpoint) : m_socket(m_context, zmq::socket_type::dealer) {
+    m_socket.set(zmq::sockopt::linger, 0);
+    m_socket.connect(endpoint);
+  }
+  void Request(std::uint64_t id, const std::function<void(Message*)>& build) {
+    Message request;
+    build(&request);
+    const std::vector<unsigned char> frame = EncodeFrame(RpcFrameKind::Request, id, request);
+    m_socket.send(zmq::buffer(frame), zmq::send_flags::none);
+  }
+  void SendBytes(const std::string& bytes) { m_socket.send(zmq::buffer(bytes), zmq::send_flags::none); }
+  // The next frame, waiting up to `ms`.
+  std::optional<RpcFrame> Next(int ms) {
+    zmq::pollitem_t item{m_socket.handle(), 0, ZMQ_POLLIN, 0};
+    if (zmq::poll(&item, 1, std::chrono::milliseconds(ms)) == 0) return std::nullopt;
+    zmq::message_t message;
+    (void)m_socket.recv(message);
+    return DecodeFrame(static_cast<const unsigned char*>(message.data()), message.size());
+  }
+  // Frames until the reply to `id` (included), waiting up to `ms` in all.
+  std::vector<RpcFrame> UntilReply(std::uint64_t id, int ms) {
+    std::vector<RpcFrame> frames;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    while (std::chrono::steady_clock::now() < deadline) {
+      std::optional<RpcFrame> frame = Next(50);
+      if (!frame) continue;
+      frames.push_back(std::move(*frame));
+      if (frames.back().kind == RpcFrameKind::Reply && frames.back().id == id) break;
+    }
+    return frames;
+  }
+  // The status of the reply to `id`; Max when none came within `ms`.
+  StatusCode_t StatusOf(std::uint64_t id, int ms = 3000) {
+    const std::vector<RpcFrame> frames = UntilReply(id, ms);
+    StatusCode_t status = StatusCode_t::Max;
+    if (!frames.empty() && frames.back().kind == RpcFrameKind::Reply && frames.back().id == id) {
+      BST_1_bll::parse_resp_Echo(&frames.back().message, &status);  // every status reply reads alike
+    }
+    return status;
+  }
+  void Close() { m_socket.close(); }
+
+ private:
+  zmq::context_t m_context;
+  zmq::socket_t m_socket;
+};
+
+// Access spec 10 (4 KiB random reads) and worker 20 on `target`, queue depth 4.
+void Configure(RawHost& host, const std::string& target) {
+  host.Request(1, [](Message* m) {
+    BST_1_bll::create_req_AddAccessSpecs(m, {{10, 100, {4096, 100, false, 0, 100, 0, 1, false, 0, false}}}, true);
+  });
+  host.Request(2, [&](Message* m) {
+    BST_1_bll::create_req_AddWorkers(m, {{20, 10, {{0, target, 4, false, 0, {}, 1}}}}, true);
+  });
+}
 
 class StorageAgentTest : public RealClockE2ETest {
  protected:
@@ -73,6 +143,61 @@ TEST_F(StorageAgentTest, CurveLetsOnlyAuthorizedClientsInAndNoAgentListensOffLoo
   ExpectConsistentFigures({&worker}, reads, 100);
 
   EXPECT_EQ(AgentProcess::Run({"agent", "--listen", "tcp://0.0.0.0:0", "--target", KeyFile("x.bin:1MiB")}), 2);
+}
+
+TEST_F(StorageAgentTest, ServesOneHostAtATimeAndIsFreeAgainOnceItsHostIsGone) {
+  const auto agent = StartAgent("A1", {"--engine", "model"});
+  RawHost owner(agent->Endpoint());
+  Configure(owner, (Folder() / "A1.bin").string());
+  EXPECT_EQ(owner.StatusOf(2), StatusCode_t::Success);
+  owner.SendBytes("not a frame");  // dropped with a log line; the agent goes on
+  owner.Request(3, [](Message* m) { BST_1_bll::create_req_Echo(m, "still there?", true); });
+  EXPECT_EQ(owner.StatusOf(3), StatusCode_t::Success);
+
+  RawHost other(agent->Endpoint());
+  other.Request(4, [](Message* m) { BST_1_bll::create_req_LearnTargets(m); });
+  EXPECT_EQ(other.StatusOf(4), StatusCode_t::Failure);
+  EXPECT_NE(agent->Log().find("busy: serving "), std::string::npos) << agent->Log();
+
+  owner.Request(5, [](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, 60, true); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  owner.Close();  // the host is gone: the test ends silently, the agent forgets its workers
+  StatusCode_t learned = StatusCode_t::Max;
+  for (std::uint64_t id = 6; id < 60 && learned != StatusCode_t::Success; ++id) {
+    other.Request(id, [](Message* m) { BST_1_bll::create_req_LearnTargets(m); });
+    learned = other.StatusOf(id, 200);
+  }
+  EXPECT_EQ(learned, StatusCode_t::Success) << agent->Log();
+  EXPECT_NE(agent->Log().find("lost the host"), std::string::npos);
+  other.Request(100, [](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, 1, true); });
+  EXPECT_EQ(other.StatusOf(100), StatusCode_t::Failure);  // worker 20 was forgotten with its host
+}
+
+TEST_F(StorageAgentTest, SigtermEndsARunningTestAsIfItsDurationHadElapsedAndExitsZero) {
+  const auto agent = StartAgent("A1");
+  RawHost host(agent->Endpoint());
+  Configure(host, (Folder() / "A1.bin").string());
+  host.Request(3, [](Message* m) { BST_1_bll::create_req_RegisterTestStatusNotify(m, 60000, true); });
+  host.Request(4, [](Message* m) { BST_1_bll::create_req_RegisterTestResults(m, 60000, true); });
+  EXPECT_FALSE(host.UntilReply(4, 3000).empty());
+  host.Request(7, [](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, 60, true); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  agent->Signal(SIGTERM);
+  const std::vector<RpcFrame> frames = host.UntilReply(7, 5000);
+  std::vector<std::string> names;
+  for (const RpcFrame& frame : frames) names.push_back(frame.message.get_request_name());
+  ASSERT_GE(names.size(), 2u);
+  EXPECT_EQ(names[names.size() - 2], "BST_1.TestResultsNotification");
+  EXPECT_EQ(names.back(), "BST_1.StartTest");
+  StatusCode_t status = StatusCode_t::Max;
+  BST_1_bll::parse_resp_StartTest(&frames.back().message, &status);
+  EXPECT_EQ(status, StatusCode_t::Success);
+  const std::optional<RpcFrame> done = host.Next(2000);
+  ASSERT_TRUE(done.has_value());
+  BST_1_bll::TestStatus_t progress = BST_1_bll::TestStatus_t::Max;
+  BST_1_bll::parse_req_TestNotification(&done->message, &progress);
+  EXPECT_EQ(progress, BST_1_bll::TestStatus_t::Done100Percent);
+  EXPECT_EQ(agent->WaitForExit(5000), 0) << agent->Log();
 }
 
 }  // namespace

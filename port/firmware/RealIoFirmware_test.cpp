@@ -192,5 +192,19 @@ TEST_F(RealIoFirmwareTest, ALayoutErrorAnswersFailureAndAStopEndsARunningTestAtO
   EXPECT_FALSE(m_firmware->IsTestRunning());
 }
 
+TEST_F(RealIoFirmwareTest, EndingNowWhileLayingOutAnswersFailureAndRemovesTheFileBeingWritten) {
+  FirmwareConfig config;
+  config.targets = {Real("big.bin:256MiB")};
+  Boot(std::move(config), std::make_unique<IoUringEngine::Factory>(), LoopScheduler::Clock::Real);
+  Request(1, [](Message* m) { BST_1_bll::create_req_AddAccessSpecs(m, {{10, 100, RandomIo(100)}}, true); });
+  Request(2, [&](Message* m) { BST_1_bll::create_req_AddWorkers(m, {{20, 10, {Target(Name("big.bin"), 1, 1)}}}, true); });
+  Take();
+  Request(7, [](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, 60, true); });
+  m_firmware->EndTestNow();  // long before 256 MiB are written
+  EXPECT_EQ(StatusOf(7), StatusCode_t::Failure);
+  EXPECT_FALSE(std::filesystem::exists(Name("big.bin")));
+  EXPECT_FALSE(m_firmware->IsTestRunning());
+}
+
 }  // namespace
 }  // namespace storageio_port::test

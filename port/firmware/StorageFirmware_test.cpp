@@ -236,5 +236,20 @@ TEST_F(FirmwareTest, HostileBytesAreDroppedNeverFatal) {
   EXPECT_EQ(StatusOf(9), StatusCode_t::Success);
 }
 
+TEST_F(FirmwareTest, ALostHostEndsItsTestSilentlyAndLeavesNothingBehind) {
+  Configure({"disk0"}, 100, 100);
+  Start(7, 60);
+  RunFor(1000);
+  Take();
+  m_firmware->ForgetHost();
+  EXPECT_FALSE(m_firmware->IsTestRunning());
+  EXPECT_TRUE(m_firmware->AccessSpecs().empty());
+  EXPECT_TRUE(m_firmware->Workers().empty());
+  RunFor(120000);
+  EXPECT_TRUE(Take().empty());  // no reply, no figures, no progress
+  m_firmware->EndTestNow();     // nothing to end
+  EXPECT_TRUE(Take().empty());
+}
+
 }  // namespace
 }  // namespace storageio_port::test
