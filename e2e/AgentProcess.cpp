@@ -48,10 +48,11 @@ int WaitFor(pid_t pid, int ms) {
 
 }  // namespace
 
-AgentProcess::AgentProcess(const std::vector<std::string>& args, std::string logFile) : m_logFile(std::move(logFile)) {
+AgentProcess::AgentProcess(const std::vector<std::string>& args, std::string logFile, const std::string& listen)
+    : m_logFile(std::move(logFile)) {
   int out[2];
   if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe for the agent");
-  std::vector<std::string> all = {"agent", "--listen", "tcp://127.0.0.1:0"};
+  std::vector<std::string> all = {"agent", "--listen", listen};
   all.insert(all.end(), args.begin(), args.end());
   m_pid = Spawn(all, out[1], m_logFile);
   ::close(out[1]);

@@ -11,11 +11,12 @@ namespace storageio_e2e {
 
 class AgentProcess {
  public:
-  // Starts `storageio agent --listen tcp://127.0.0.1:0` with `args` after it, its log (standard
-  // error) going to `logFile`, and reads the endpoint it bound from its first line of output.
-  // Throws std::runtime_error when it exits or prints nothing within 10 s (the log's text is in
-  // the message).
-  AgentProcess(const std::vector<std::string>& args, std::string logFile);
+  // Starts `storageio agent --listen LISTEN` with `args` after it, its log (standard error) going
+  // to `logFile`, and reads the endpoint it bound from its first line of output. Throws
+  // std::runtime_error when it exits or prints nothing within 10 s (the log's text is in the
+  // message).
+  AgentProcess(const std::vector<std::string>& args, std::string logFile,
+               const std::string& listen = "tcp://127.0.0.1:0");
   // Kills the agent if it still runs.
   ~AgentProcess();
   AgentProcess(const AgentProcess&) = delete;

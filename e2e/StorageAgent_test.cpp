@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <functional>
 #include <optional>
@@ -85,20 +87,22 @@ class StorageAgentTest : public RealClockE2ETest {
  protected:
   // An agent serving one target file of 4 MiB, on io_uring where the kernel allows it, else on
   // model disks, so that transport, heartbeats and CURVE are tested either way.
-  std::unique_ptr<AgentProcess> StartAgent(const std::string& name, std::vector<std::string> more = {}) {
+  std::unique_ptr<AgentProcess> StartAgent(const std::string& name, std::vector<std::string> more = {},
+                                           const std::string& listen = "tcp://127.0.0.1:0") {
     std::vector<std::string> args = {"--target", (Folder() / (name + ".bin")).string() + ":4MiB", "--warmup-ms", "200"};
     if (!IoUringWorks()) args.insert(args.end(), {"--engine", "model"});
     args.insert(args.end(), more.begin(), more.end());
-    return std::make_unique<AgentProcess>(args, (Folder() / (name + ".log")).string());
+    return std::make_unique<AgentProcess>(args, (Folder() / (name + ".log")).string(), listen);
   }
 
-  // Runs the loop until every port is online, or `ms` has passed; whether they all are.
-  bool WaitOnline(const std::vector<kel::core::CPort*>& ports, int ms) {
+  // Yields to the loop until every port is online, or `ms` has passed; whether they all are. May
+  // run inside an event, as yields nest.
+  static bool WaitOnline(const std::vector<kel::core::CPort*>& ports, int ms) {
     const std::int64_t endMs = Loop().NowMs() + ms;
     const auto online = [&] {
       return std::all_of(ports.begin(), ports.end(), [](kel::core::CPort* port) { return port->IsOnline(); });
     };
-    while (!online() && Loop().NowMs() < endMs) Loop().RunFor(20);
+    while (!online() && Loop().NowMs() < endMs) Loop().CtmYield(20, nullptr, false);
     return online();
   }
 
@@ -198,6 +202,57 @@ TEST_F(StorageAgentTest, SigtermEndsARunningTestAsIfItsDurationHadElapsedAndExit
   BST_1_bll::parse_req_TestNotification(&done->message, &progress);
   EXPECT_EQ(progress, BST_1_bll::TestStatus_t::Done100Percent);
   EXPECT_EQ(agent->WaitForExit(5000), 0) << agent->Log();
+}
+
+// The start command waits out its budget for a port that never answers, as it must; so this
+// scenario's host runs in a child process, which ends once its checks are done.
+TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndStopped) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    storageio_port::RegisterZmqTransport();
+    auto lost = StartAgent("A1");
+    const auto kept = StartAgent("A2");
+    CScriptable& lostWorker = MakeWorkerOnNewPort("A1", lost->Endpoint());
+    CScriptable& keptWorker = MakeWorkerOnNewPort("A2", kept->Endpoint());
+    kel::core::CPort& lostPort = PortOf(lostWorker);
+    kel::core::CPort& keptPort = PortOf(keptWorker);
+    EXPECT_TRUE(WaitOnline({&lostPort, &keptPort}, 5000));
+    CScriptable& reads = RandomProfile(100);
+    for (CScriptable* worker : {&lostWorker, &keptWorker}) worker->AddObject(reads, Relation("UsesProfile"));
+
+    At(2500, [&] { lost->Signal(SIGSTOP); });  // silent, not gone: only heartbeats can tell
+    At(8000, [&] {
+      EXPECT_FALSE(lostPort.IsOnline());
+      EXPECT_TRUE(Children(lostWorker, "StorageDiscoveredTargets").empty());
+      const std::string kept = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
+      MakeCommand("StorageStopWorkerCommand").Execute(false);
+      EXPECT_EQ(Count(kStopUserLog, "StorageStartWorkerCommand: Received error response trying to send message to port "
+                                "A1.Skipping the port."), 1);
+      EXPECT_EQ(Count(kUserLog, kTestCompleted), 0);
+      EXPECT_EQ(Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount"), kept);
+      EXPECT_NE(kept, "0");
+
+      const std::string endpoint = lost->Endpoint();
+      lost.reset();  // killed
+      lost = StartAgent("A1", {}, endpoint);
+      EXPECT_TRUE(WaitOnline({&lostPort}, 5000));
+      MakeCommand("StorageStopWorkerCommand").Execute(false);
+      EXPECT_EQ(Count(kUserLog, kTestCompleted), 1);
+      std::fflush(stdout);
+      lost.reset();
+      std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+    });
+    MakeStart({&lostWorker, &keptWorker}, 60, true).Execute(false);
+    ADD_FAILURE() << "the start command returned before the checks ran";
+    std::fflush(stdout);
+    std::_Exit(1);
+  }
+  int status = -1;
+  for (int waited = 0; waited < 600 && ::waitpid(child, &status, WNOHANG) == 0; ++waited) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  if (!WIFEXITED(status)) ::kill(child, SIGKILL), ::waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the scenario's host failed or hung; see above";
 }
 
 }  // namespace
