@@ -5,6 +5,7 @@
 #include "kel/core/Messenger.h"
 #include "tm/RpcFrame.h"
 #include "kel/framework/Logger.h"
+#include "kel/framework/Scriptable.h"
 #include "tm/Tm_exception.h"
 
 namespace kel {
@@ -22,6 +23,14 @@ void LogHostError(const std::string& text) {
   if (log->IsEnabledFor(framework::LOG_LEVEL_ERROR)) log->Error(text, __FILE__, __LINE__);
 }
 
+// `what` names a reply or notification whose delegate's objects were all destroyed.
+void LogReceiverGone(const std::string& what) {
+  framework::BLLLogger* log = framework::BLLLoggerFactory::GetInstance().GetLogger("kel.host");
+  if (log->IsEnabledFor(framework::LOG_LEVEL_WARN)) {
+    log->Warn(what + " dropped: its receiver is gone", __FILE__, __LINE__);
+  }
+}
+
 }  // namespace
 
 NotificationRatePolicy& NotificationRatePolicy::GetDefaultPolicy() {
@@ -33,6 +42,10 @@ CRpcManager& CRpcManager::Instance() {
   static CRpcManager instance;
   return instance;
 }
+
+CRpcManager::CRpcManager() { framework::AddScriptableDestroyObserver(*this); }
+
+CRpcManager::~CRpcManager() { framework::RemoveScriptableDestroyObserver(*this); }
 
 int CRpcManager::NextRequestId() {
   for (int tries = 0; tries < kRequestIdLimit; ++tries) {
@@ -118,7 +131,12 @@ void CRpcManager::OnFrame(const Messenger* messenger, const std::vector<unsigned
             Pending pending = std::move(it->second);
             m_pending.erase(it);
             if (pending.timeout != 0) CTaskManager::Instance().Cancel(pending.timeout);
-            if (pending.hasDelegate) pending.delegate(static_cast<unsigned short>(0), &frame->message, pending.context);
+            if (pending.receiverGone) {
+              LogReceiverGone("Reply " + frame->message.get_request_name() + " to request " +
+                              std::to_string(frame->id));
+            } else if (pending.hasDelegate) {
+              pending.delegate(static_cast<unsigned short>(0), &frame->message, pending.context);
+            }
           },
           EventKind::Reply);
       break;
@@ -134,17 +152,50 @@ void CRpcManager::OnFrame(const Messenger* messenger, const std::vector<unsigned
 
 void CRpcManager::DeliverNotification(const Messenger* messenger, Message notification) {
   const std::int64_t now = CTaskManager::Instance().NowMs();
-  std::vector<Registration> targets;
+  std::vector<int> targets;
   for (auto& entry : m_registrations) {
     Registration& registration = entry.second;
     if (registration.messenger != messenger || registration.name != notification.get_request_name()) continue;
+    if (registration.receiverGone) {
+      targets.push_back(entry.first);  // dropped below, with its log line
+      continue;
+    }
     if (registration.lastDeliveredMs >= 0 && now - registration.lastDeliveredMs < registration.minIntervalMs) continue;
     registration.lastDeliveredMs = now;
-    targets.push_back(registration);
+    targets.push_back(entry.first);
   }
-  // A delegate may deregister while we go; each works on its own copy.
-  for (Registration& registration : targets) {
+  // A delegate may deregister registrations, or destroy their receivers, while we go: each is
+  // looked up again before its call, and called through a copy since it may deregister itself.
+  for (int id : targets) {
+    const auto it = m_registrations.find(id);
+    if (it == m_registrations.end()) continue;
+    if (it->second.receiverGone) {
+      LogReceiverGone("Notification " + it->second.name);
+      m_registrations.erase(it);
+      continue;
+    }
+    const Registration registration = it->second;
     registration.delegate(static_cast<unsigned short>(0), &notification, registration.context);
+  }
+}
+
+void CRpcManager::OnScriptableDestroyed(const framework::CScriptable& object) noexcept {
+  // A delegate keeps the pointer it was bound with: the binding class's `this` (the plug-in's
+  // commands bind MakeDelegate(this, ...)), which is not the scriptable part's address when
+  // another base comes first. HasAddress matches it whichever class of the object bound it.
+  // Members bound to living objects stay and are still called.
+  const auto boundToObject = [&object](const void* address) { return object.HasAddress(address); };
+  for (auto& entry : m_pending) {
+    Pending& pending = entry.second;
+    if (pending.delegate.RemoveBoundTo(boundToObject) > 0 && pending.delegate.Empty()) {
+      pending.receiverGone = true;
+    }
+  }
+  for (auto& entry : m_registrations) {
+    Registration& registration = entry.second;
+    if (registration.delegate.RemoveBoundTo(boundToObject) > 0 && registration.delegate.Empty()) {
+      registration.receiverGone = true;
+    }
   }
 }
 

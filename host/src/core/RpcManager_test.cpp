@@ -137,5 +137,132 @@ TEST_F(RpcManagerTest, FramesThatCannotBeDecodedAreLoggedAndDropped) {
   EXPECT_TRUE(m_inbox.names.empty());
 }
 
+// ---- Receivers destroyed while answers are still due ----
+
+constexpr unsigned kReceiverBlock = 0x7c000000;
+constexpr ClassId kLateReceiver = 0x7c001000;
+
+// Names of the replies and notifications that reached a CLateReceiver. Kept outside the
+// receivers, so a call on a destroyed one would show here without touching its memory.
+std::vector<std::string>& LateReceiverCalls() {
+  static std::vector<std::string> calls;
+  return calls;
+}
+
+// Listed first, so the command part of CLateReceiver does not start the object.
+struct FirstBase {
+  virtual ~FirstBase() = default;
+};
+
+// A command that keeps its reply delegate bound to itself, as the plug-in's commands do.
+class CLateReceiver : public FirstBase, public CCommand {
+ public:
+  void OnMessage(unsigned short, Message* message, void*) {
+    LateReceiverCalls().push_back(message->get_request_name());
+  }
+  core::RpcDelegate delegate{MakeDelegate(this, &CLateReceiver::OnMessage)};
+};
+
+// Destroys its victim when a notification reaches it.
+struct Destroyer {
+  CScriptable* victim;
+  void OnMessage(unsigned short, Message*, void*) { victim->Delete(); }
+};
+
+class RpcManagerReceiverGoneTest : public RpcManagerTest {
+ protected:
+  void SetUp() override {
+    RpcManagerTest::SetUp();
+    [[maybe_unused]] static const bool loaded = [] {
+      CMetaClass::InitMakeDestroyFuncs(
+          kLateReceiver, []() -> CScriptable* { return new CLateReceiver(); },
+          [](CScriptable* object) { delete object; });
+      CMetaClassManager::Instance().AddDataModelDescription(
+          "idBlock: 0x7c000000\nclasses:\n  - {id: 0x7c001000, name: LateReceiver, base: Command}\n",
+          "RpcManager_test");
+      CMetaClassManager::Instance().ActivateDataModel(kReceiverBlock);
+      return true;
+    }();
+    LateReceiverCalls().clear();
+    m_silent = &static_cast<RawPortMessenger&>(
+        core::CPortChannels::Instance().Attach(*m_port, std::make_unique<RawPortMessenger>()));
+    m_silent->SetAnswer("");
+    BLLLoggerFactory::GetInstance().AddSink(m_log);
+  }
+  void TearDown() override {
+    BLLLoggerFactory::GetInstance().RemoveSink(m_log);
+    RpcManagerTest::TearDown();
+  }
+
+  int Send(CLateReceiver& receiver, const std::string& name) {
+    Message request = Named(name);
+    return CRpcManager::Instance().SendAsyncMessage(*m_silent, request, &receiver.delegate, nullptr, 0, true);
+  }
+  void Register(core::RpcDelegate& delegate) {
+    Message registration = Named("BST_1.RegisterTestStatusNotify");
+    ASSERT_EQ(0, CRpcManager::Instance().RegisterForNotification(*m_silent, registration, "BST_1.TestNotification",
+                                                                 delegate, nullptr, nullptr,
+                                                                 core::NotificationRatePolicy::GetDefaultPolicy(),
+                                                                 true));
+  }
+  void AnswerLate(int id, const std::string& name) {
+    m_silent->Push(EncodeFrame(RpcFrameKind::Reply, static_cast<std::uint64_t>(id), Named(name)));
+  }
+  std::vector<std::string> Warnings() const { return m_log->Messages("kel.host", LOG_LEVEL_WARN); }
+
+  RawPortMessenger* m_silent = nullptr;
+  std::shared_ptr<MemorySink> m_log = std::make_shared<MemorySink>();
+};
+
+TEST_F(RpcManagerReceiverGoneTest, ALateReplyToADestroyedCommandIsDroppedAndALivingOneStillGetsItsOwn) {
+  auto& gone = Make<CLateReceiver>(kLateReceiver);
+  auto& living = Make<CLateReceiver>(kLateReceiver);
+  ASSERT_NE(static_cast<void*>(&gone), static_cast<void*>(static_cast<CScriptable*>(&gone)))
+      << "FirstBase comes first, so the scriptable part does not start the object";
+  const int goneId = Send(gone, "BST_1.LearnTargets");
+  const int livingId = Send(living, "BST_1.StopTest");
+  ASSERT_GE(goneId, 0);
+  CTaskManager::Instance().CtmYield(5000, nullptr, false);  // the command's bounded wait runs out
+  gone.Delete();
+  EXPECT_EQ(2u, CRpcManager::Instance().PendingReplyCount()) << "the id stays taken until its answer";
+
+  AnswerLate(goneId, "BST_1.LearnTargets");
+  AnswerLate(livingId, "BST_1.StopTest");
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_EQ(std::vector<std::string>{"BST_1.StopTest"}, LateReceiverCalls());
+  EXPECT_EQ(std::vector<std::string>{"Reply BST_1.LearnTargets to request " + std::to_string(goneId) +
+                                     " dropped: its receiver is gone"},
+            Warnings());
+  EXPECT_EQ(0u, CRpcManager::Instance().PendingReplyCount());
+}
+
+TEST_F(RpcManagerReceiverGoneTest, NotificationsForADestroyedReceiverAreDroppedOnceWithALogLineThenForgotten) {
+  auto& gone = Make<CLateReceiver>(kLateReceiver);
+  Register(gone.delegate);
+  gone.Delete();
+  EXPECT_EQ(1u, CRpcManager::Instance().RegistrationCount());
+
+  m_silent->Notify(Named("BST_1.TestNotification"));
+  m_silent->Notify(Named("BST_1.TestNotification"));
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_TRUE(LateReceiverCalls().empty());
+  EXPECT_EQ(std::vector<std::string>{"Notification BST_1.TestNotification dropped: its receiver is gone"},
+            Warnings());
+  EXPECT_EQ(0u, CRpcManager::Instance().RegistrationCount());
+}
+
+TEST_F(RpcManagerReceiverGoneTest, AReceiverDestroyedByAnEarlierDelegateOfTheSameNotificationIsNotCalled) {
+  auto& victim = Make<CLateReceiver>(kLateReceiver);
+  Destroyer destroyer{&victim};
+  core::RpcDelegate destroying(MakeDelegate(&destroyer, &Destroyer::OnMessage));
+  Register(destroying);
+  Register(victim.delegate);
+
+  m_silent->Notify(Named("BST_1.TestNotification"));
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_TRUE(LateReceiverCalls().empty());
+  EXPECT_EQ(1u, Warnings().size());
+}
+
 }  // namespace
 }  // namespace kel::framework::test

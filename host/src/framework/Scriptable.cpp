@@ -1,12 +1,14 @@
 #include "kel/framework/Scriptable.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "kel/framework/Event.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/HandleRegistry.h"
 #include "kel/framework/HostClassIds.h"
 #include "kel/framework/ScriptableCreator.h"
+#include "kel/framework/ScriptableDestroyObserver.h"
 
 namespace kel {
 namespace framework {
@@ -58,6 +60,7 @@ void CollectSubtree(CScriptable& root, std::vector<Handle>& out) {
 CScriptable::CScriptable() = default;
 
 CScriptable::~CScriptable() {
+  NotifyScriptableDestroyed(*this);
   // Normally DestroyTree has detached and unregistered the object already; this covers an
   // object deleted directly.
   if (m_meta != nullptr) {
@@ -200,6 +203,12 @@ bool CScriptable::IsTypeOf(ClassId id) const { return m_meta != nullptr && m_met
 ClassId CScriptable::GetClassId() const { return m_meta ? m_meta->GetClassId() : 0; }
 CMetaClass* CScriptable::GetMetaClass() const { return m_meta; }
 std::string CScriptable::GetClassName() const { return m_meta ? m_meta->GetName() : std::string("(uninitialised)"); }
+
+bool CScriptable::HasAddress(const void* address) const {
+  // std::less: the address may belong to any other object, where '<' is unspecified.
+  const std::less<const void*> before;
+  return !before(address, m_objectStart) && !before(static_cast<const void*>(this), address);
+}
 
 // ---- Relations ----
 
@@ -542,6 +551,7 @@ void CScriptable::OnUpdateAutoObjectName() {
 // ---- Host side ----
 
 void CScriptable::InitObject(CMetaClass& meta, Handle handle) {
+  m_objectStart = dynamic_cast<const void*>(this);
   m_meta = &meta;
   m_handle = handle;
   m_isResult = meta.IsTypeOf(classid::Result);

@@ -8,12 +8,19 @@
 //   drops a pending reply, and its delegate is not called.
 // - RegisterForNotification sends a registration request and routes every notification of the
 //   given name from that port to the delegate, on the event loop, as the rate policy allows;
-//   the registration id is the host's. DeregisterForNotification sends the deregistration request
-//   and forgets the registration; it returns non-zero for an unknown id or a port that cannot be
-//   reached.
+//   the registration id is the host's. A registration that an earlier delegate of the same
+//   notification deregisters, or whose receiver it destroys, gets no call from that notification.
+//   DeregisterForNotification sends the deregistration request and forgets the registration; it
+//   returns non-zero for an unknown id or a port that cannot be reached.
 // - Frames from a port are untrusted: one that cannot be decoded is written to the developer log
 //   "kel.host" and dropped. Exceptions of delegates are caught by the event loop, logged, and the
 //   loop goes on.
+// - Delegates do not own their objects. When a scriptable is destroyed, the members of reply and
+//   notification delegates bound to it (CScriptable::HasAddress) are removed; a pending reply or
+//   registration left with none is kept, receiver gone, until its reply or its next notification
+//   arrives, which is then dropped with a warning in "kel.host" that names it and says its
+//   receiver is gone; that also forgets the registration. Time-outs and lost ports end such
+//   entries as any other, and ids are not reused while they are kept.
 // Replies end a CtmYield; notifications do not (the task manager's event kinds).
 
 #include <cstdint>
@@ -21,6 +28,7 @@
 #include <string>
 
 #include "kel/framework/Delegate.h"
+#include "kel/framework/ScriptableDestroyObserver.h"
 #include "kel/framework/TaskManager.h"
 #include "tm/Message.h"
 
@@ -44,9 +52,15 @@ class NotificationRatePolicy {
   std::int64_t m_minIntervalMs;
 };
 
-class CRpcManager {
+class CRpcManager : private framework::CScriptableDestroyObserver {
  public:
   static CRpcManager& Instance();
+
+  // Watches scriptables being destroyed for as long as the manager lives.
+  CRpcManager();
+  ~CRpcManager();
+  CRpcManager(const CRpcManager&) = delete;
+  CRpcManager& operator=(const CRpcManager&) = delete;
 
   int SendAsyncMessage(Messenger& messenger, Message& request, RpcDelegate* replyDelegate, void* context,
                        unsigned timeoutMs, bool queued);
@@ -71,6 +85,7 @@ class CRpcManager {
     bool hasDelegate;
     void* context;
     framework::EventId timeout;
+    bool receiverGone = false;
   };
   struct Registration {
     const Messenger* messenger;
@@ -79,11 +94,13 @@ class CRpcManager {
     void* context;
     std::int64_t minIntervalMs;
     std::int64_t lastDeliveredMs;
+    bool receiverGone = false;
   };
 
   int NextRequestId();
   void OnFrame(const Messenger* messenger, const std::vector<unsigned char>& bytes);
   void DeliverNotification(const Messenger* messenger, Message notification);
+  void OnScriptableDestroyed(const framework::CScriptable& object) noexcept override;
 
   std::map<int, Pending> m_pending;
   std::map<int, Registration> m_registrations;

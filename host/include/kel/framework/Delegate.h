@@ -55,6 +55,10 @@ class BoundMemberFunction {
 
   void clear() noexcept { *this = BoundMemberFunction(); }
 
+  // The object pointer given when binding, as given (not adjusted to the class of the member
+  // function); null when empty. For forgetting delegates whose object is going.
+  const void* object() const noexcept { return object_; }
+
   friend bool operator==(const BoundMemberFunction& a, const BoundMemberFunction& b) noexcept {
     return a.object_ == b.object_ && a.invoker_ == b.invoker_ &&
            std::memcmp(a.functionBytes_, b.functionBytes_, kFunctionBytes) == 0;
@@ -158,6 +162,20 @@ class Delegate {
     members_.insert(fastDelegate);
   }
   void Remove(const FD& fastDelegate) { members_.erase(fastDelegate); }
+  // Removes every member whose object() `isGone` is true for; returns how many went.
+  template <class Predicate>
+  std::size_t RemoveBoundTo(Predicate isGone) {
+    std::size_t removed = 0;
+    for (auto it = members_.begin(); it != members_.end();) {
+      if (isGone(it->object())) {
+        it = members_.erase(it);
+        ++removed;
+      } else {
+        ++it;
+      }
+    }
+    return removed;
+  }
 
   bool Empty() const noexcept { return members_.empty(); }
   std::size_t Size() const noexcept { return members_.size(); }

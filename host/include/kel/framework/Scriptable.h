@@ -12,6 +12,7 @@
 //   GetRemovedObjects reports them until the other object's next commit. Handle lookups, the
 //   locator and relation walks no longer find deleted objects. Result objects are destroyed at
 //   once; other deleted objects stay until DestroyDeletedObjects (the apply's commit).
+// - Destruction tells every CScriptableDestroyObserver first (ScriptableDestroyObserver.h).
 // - Commit (the apply's last step) makes an object Clean, resets its added/removed lists and its
 //   activated state.
 // All of it runs on the business-layer thread; nothing here is locked.
@@ -100,6 +101,12 @@ class CScriptable {
   std::string GetClassName() const;
   virtual CMetaClass* GetMetaClass() const;
   virtual bool IsSingleton() const { return false; }
+  // True when `address` lies in this object from the start of its most-derived object up to its
+  // CScriptable part. That span holds the `this` of every class from the most-derived one down to
+  // CScriptable, whatever other bases come first, so it matches the object pointer a delegate
+  // keeps when bound with MakeDelegate(this, ...) in any of them. Objects not made by
+  // CScriptableCreator know only their CScriptable part. Safe to call from the destructor.
+  bool HasAddress(const void* address) const;
 
   // ---- Relations. Every walk appends to `out` in relation order and skips deleted objects;
   // classId 0 matches any class. ----
@@ -247,6 +254,8 @@ class CScriptable {
   void NoteChanged(PropId id);
 
   CMetaClass* m_meta = nullptr;
+  // Where the most-derived object starts; InitObject learns it, once the object is complete.
+  const void* m_objectStart = this;
   // The Handle property, which never changes, kept at hand: results and relations ask for it on
   // every change.
   Handle m_handle = 0;
