@@ -47,8 +47,7 @@ AgentServer::AgentServer(const std::string& endpoint, Security security, PortLog
       m_handlers(std::move(handlers)),
       m_router(m_context, zmq::socket_type::router),
       m_zap(m_context, zmq::socket_type::rep),
-      m_outbox(m_context, zmq::socket_type::pull),
-      m_sender(m_context, zmq::socket_type::push) {
+      m_outbox(m_context, "agent") {
   if (m_security.serverKeys) {
     // ZeroMQ asks the handler bound here about every CURVE handshake.
     m_zap.bind("inproc://zeromq.zap.01");
@@ -63,24 +62,19 @@ AgentServer::AgentServer(const std::string& endpoint, Security security, PortLog
   m_events = WatchEvents(m_context, m_router, "agent", ZMQ_EVENT_DISCONNECTED);
   m_router.bind(BindableEndpoint(endpoint));
   m_boundEndpoint = m_router.get(zmq::sockopt::last_endpoint);
-  m_outbox.bind("inproc://agent-outbox");
-  m_sender.connect("inproc://agent-outbox");
   m_thread = std::thread(&AgentServer::Run, this);
 }
 
 AgentServer::~AgentServer() {
-  m_sender.send(zmq::message_t(), zmq::send_flags::none);  // an empty frame: the thread's signal to stop
+  m_outbox.PostStop();
   m_thread.join();
 }
 
-void AgentServer::SendToHost(Bytes frame) {
-  if (frame.empty()) return;  // empty is the stop signal
-  m_sender.send(zmq::buffer(frame), zmq::send_flags::none);
-}
+void AgentServer::SendToHost(Bytes frame) { m_outbox.Post(frame); }
 
 void AgentServer::Run() {
   zmq::pollitem_t items[] = {{m_router.handle(), 0, ZMQ_POLLIN, 0},
-                             {m_outbox.handle(), 0, ZMQ_POLLIN, 0},
+                             {m_outbox.Socket().handle(), 0, ZMQ_POLLIN, 0},
                              {m_events.handle(), 0, ZMQ_POLLIN, 0},
                              {m_zap.handle(), 0, ZMQ_POLLIN, 0}};
   const int watched = m_security.serverKeys ? 4 : 3;
@@ -91,12 +85,12 @@ void AgentServer::Run() {
       if (items[2].revents & ZMQ_POLLIN) OnConnectionEvent();
       if (watched == 4 && (items[3].revents & ZMQ_POLLIN)) OnAuthenticationRequest();
       if (items[1].revents & ZMQ_POLLIN) {
-        zmq::message_t frame;
-        if (m_outbox.recv(frame, zmq::recv_flags::dontwait) && frame.size() == 0) return;
-        if (frame.size() > 0 && m_owner) {
+        std::optional<zmq::message_t> frame = m_outbox.Take();
+        if (!frame) return;
+        if (m_owner) {
           try {
             m_router.send(zmq::buffer(m_owner->routingId), zmq::send_flags::sndmore);
-            m_router.send(frame, zmq::send_flags::none);
+            m_router.send(*frame, zmq::send_flags::none);
           } catch (const zmq::error_t& e) {
             m_log(LogLevel::Warning, "Dropped a frame for " + m_owner->peer + ": " + e.what());
           }

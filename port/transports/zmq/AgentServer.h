@@ -28,6 +28,7 @@
 
 #include "port/firmware/PortLog.h"
 #include "port/transports/zmq/CurveKeys.h"
+#include "port/transports/zmq/Outbox.h"
 
 namespace storageio_port {
 
@@ -67,7 +68,6 @@ class AgentServer {
 
   void Run();
   void OnClientMessage();
-  void OnOutgoing();
   void OnConnectionEvent();
   void OnAuthenticationRequest();
 
@@ -78,8 +78,7 @@ class AgentServer {
   zmq::socket_t m_router;
   zmq::socket_t m_zap;
   zmq::socket_t m_events;
-  zmq::socket_t m_outbox;  // the socket thread's end
-  zmq::socket_t m_sender;  // the firmware thread's end
+  Outbox m_outbox;
   std::string m_boundEndpoint;
   std::optional<Owner> m_owner;  // socket thread only
   std::thread m_thread;

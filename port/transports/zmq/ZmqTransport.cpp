@@ -25,8 +25,7 @@ class RefusedChannel : public kel::core::Messenger {
 ZmqTransport::ZmqTransport(std::string endpoint, std::optional<ClientKeys> keys)
     : m_endpoint(std::move(endpoint)),
       m_dealer(m_context, zmq::socket_type::dealer),
-      m_outbox(m_context, zmq::socket_type::pull),
-      m_sender(m_context, zmq::socket_type::push) {
+      m_outbox(m_context, "host") {
   if (keys) {
     m_dealer.set(zmq::sockopt::curve_serverkey, keys->agentPublicKey);
     m_dealer.set(zmq::sockopt::curve_publickey, keys->client.publicKey);
@@ -40,19 +39,16 @@ ZmqTransport::ZmqTransport(std::string endpoint, std::optional<ClientKeys> keys)
   m_events = WatchEvents(m_context, m_dealer, "host",
                          ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_MONITOR_STOPPED);
   m_dealer.connect(m_endpoint);
-  m_outbox.bind("inproc://host-outbox");
-  m_sender.connect("inproc://host-outbox");
   m_thread = std::thread(&ZmqTransport::Run, this);
 }
 
 ZmqTransport::~ZmqTransport() {
-  m_sender.send(zmq::message_t(), zmq::send_flags::none);  // an empty frame: the thread's signal to stop
+  m_outbox.PostStop();
   m_thread.join();
 }
 
 void ZmqTransport::Send(Bytes frame) {
-  if (frame.empty() || !IsConnected()) return;
-  m_sender.send(zmq::buffer(frame), zmq::send_flags::none);
+  if (IsConnected()) m_outbox.Post(frame);
 }
 
 void ZmqTransport::SetConnected(bool connected) {
@@ -61,7 +57,7 @@ void ZmqTransport::SetConnected(bool connected) {
 
 void ZmqTransport::Run() {
   zmq::pollitem_t items[] = {{m_dealer.handle(), 0, ZMQ_POLLIN, 0},
-                             {m_outbox.handle(), 0, ZMQ_POLLIN, 0},
+                             {m_outbox.Socket().handle(), 0, ZMQ_POLLIN, 0},
                              {m_events.handle(), 0, ZMQ_POLLIN, 0}};
   for (;;) {
     try {
@@ -79,10 +75,9 @@ void ZmqTransport::Run() {
         }
       }
       if (items[1].revents & ZMQ_POLLIN) {
-        zmq::message_t frame;
-        if (!m_outbox.recv(frame, zmq::recv_flags::dontwait)) continue;
-        if (frame.size() == 0) return;
-        (void)m_dealer.send(frame, zmq::send_flags::dontwait);  // an agent gone meanwhile: dropped
+        std::optional<zmq::message_t> frame = m_outbox.Take();
+        if (!frame) return;
+        (void)m_dealer.send(*frame, zmq::send_flags::dontwait);  // an agent gone meanwhile: dropped
       }
     } catch (const zmq::error_t& e) {
       kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.transport")

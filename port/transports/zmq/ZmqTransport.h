@@ -23,6 +23,7 @@
 
 #include "kel/core/Messenger.h"
 #include "port/transports/zmq/CurveKeys.h"
+#include "port/transports/zmq/Outbox.h"
 
 namespace storageio_port {
 
@@ -53,8 +54,7 @@ class ZmqTransport : public kel::core::Messenger {
   zmq::context_t m_context;
   zmq::socket_t m_dealer;
   zmq::socket_t m_events;
-  zmq::socket_t m_outbox;
-  zmq::socket_t m_sender;
+  Outbox m_outbox;
   std::thread m_thread;
 };
 
