@@ -255,5 +255,35 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the scenario's host failed or hung; see above";
 }
 
+TEST_F(StorageAgentTest, AHostSilentPastTheHeartbeatTimeOutIsLostAndItsTestEnds) {
+  const auto agent = StartAgent("A1", {"--engine", "model"});
+  const pid_t host = ::fork();
+  if (host == 0) {  // a host that starts a test, then freezes with its connection open
+    RawHost frozen(agent->Endpoint());
+    Configure(frozen, (Folder() / "A1.bin").string());
+    frozen.Request(5, [](Message* m) { BST_1_bll::create_req_StartTest(m, {20}, 60, true); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    ::raise(SIGSTOP);
+    std::_Exit(0);
+  }
+  const auto lost = [&] { return agent->Log().find("lost the host") != std::string::npos; };
+  for (int waited = 0; waited < 100 && !lost(); ++waited) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  ::kill(host, SIGKILL);
+  ::waitpid(host, nullptr, 0);
+  EXPECT_TRUE(lost()) << agent->Log();
+  RawHost next(agent->Endpoint());
+  next.Request(6, [](Message* m) { BST_1_bll::create_req_LearnTargets(m); });
+  EXPECT_EQ(next.StatusOf(6), StatusCode_t::Success);
+}
+
+TEST_F(StorageAgentTest, AHostKeepsALocationOffLoopbackWithoutKeysOffline) {
+  storageio_port::RegisterZmqTransport();
+  kel::core::CPort& far = MakePort("Far", "tcp://192.0.2.1:7100");
+  EXPECT_FALSE(WaitOnline({&far}, 200));
+  EXPECT_EQ(Lines("storageio.transport", kel::framework::LOG_LEVEL_ERROR),
+            std::vector<std::string>{"tcp://192.0.2.1:7100 is off loopback and no CURVE keys are given for it; its "
+                                     "port stays offline"});
+}
+
 }  // namespace
 }  // namespace storageio_e2e
