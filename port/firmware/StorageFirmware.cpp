@@ -406,8 +406,7 @@ void StorageFirmware::OnStartTest(std::uint64_t id, const Message& request) {
         OnPrepared();
         return;
       }
-      m_log(LogLevel::Error, "The test ends with Failure: " + error);
-      FinishTest(StatusCode_t::Failure);
+      EndRunWithFailure(error);
     });
   });
 }
@@ -442,8 +441,12 @@ void StorageFirmware::PostToRunFromAnyThread(std::function<void()> work) {
 }
 
 void StorageFirmware::FailRunFromAnyThread(const std::string& why) {
+  PostToRunFromAnyThread([this, why] { EndRunWithFailure(why); });
+}
+
+void StorageFirmware::EndRunWithFailure(const std::string& why) {
   m_log(LogLevel::Error, "The test ends with Failure: " + why);
-  PostToRunFromAnyThread([this] { FinishTest(StatusCode_t::Failure); });
+  FinishTest(StatusCode_t::Failure);
 }
 
 void StorageFirmware::FinishTest(StatusCode_t status) {

@@ -147,6 +147,8 @@ class StorageFirmware {
   void PostToRunFromAnyThread(std::function<void()> work);
   // From any thread: the run ends with Failure, on the firmware's thread, if it is still running.
   void FailRunFromAnyThread(const std::string& why);
+  // The run ends with Failure, and the log says why.
+  void EndRunWithFailure(const std::string& why);
   void FinishTest(BST_1_bll::StatusCode_t status);
   void EndRun();
 
