@@ -39,6 +39,7 @@ bool CApplyToILCommand::DoRun() {
     m_warnings += (m_warnings.empty() ? "" : "\n") + warning.location + ": " + warning.message;
   }
   if (ctx.HasErrors()) throw framework::CCommandErrorException(ctx.ErrorText());
+  if (GetBool(prop::ValidateOnly)) return true;
   for (rtgcore::CBaseProtocol* protocol : protocols) protocol->SendApply();
   const framework::ScriptableVec destroyed = framework::CScriptable::PendingDeletedObjects();
   for (rtgcore::CBaseProtocol* protocol : protocols) protocol->CommitApply(destroyed);

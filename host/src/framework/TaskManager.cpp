@@ -85,6 +85,7 @@ struct CTaskManager::State {
 
   // Counts every Reply delivered; a yield ends when it changes during the yield.
   std::uint64_t repliesDelivered = 0;
+  bool waitsAbandoned = false;
 
   int lastObserverId = 0;
   // Keyed by id, which grows with registration, so iteration is registration order. Shared so an
@@ -175,7 +176,8 @@ struct CTaskManager::State {
   void DeliverUntil(std::int64_t endMs, bool stopAtReply) {
     const std::uint64_t repliesBefore = repliesDelivered;
     // A nested yield may have moved the clock past `endMs`; then this call is over too.
-    while (NowMs() <= endMs && !(stopAtReply && repliesDelivered != repliesBefore)) {
+    // Only yields stop at a reply, and only yields are abandoned.
+    while (NowMs() <= endMs && !(stopAtReply && (repliesDelivered != repliesBefore || waitsAbandoned))) {
       if (DeliverOne()) {
         continue;
       }
@@ -243,8 +245,13 @@ void CTaskManager::PostFromAnyThread(std::function<void()> work, EventKind kind)
 
 void CTaskManager::CtmYield(int milliseconds, CTask* /*task*/, bool /*flag*/) {
   RequireNotNegative(milliseconds, "CtmYield", "the time to yield");
+  if (state_->waitsAbandoned) return;
   state_->DeliverUntil(AddMs(state_->NowMs(), milliseconds), /*stopAtReply=*/true);
 }
+
+void CTaskManager::AbandonWaits() { state_->waitsAbandoned = true; }
+
+bool CTaskManager::WaitsAbandoned() const { return state_->waitsAbandoned; }
 
 bool CTaskManager::RunOne() { return state_->DeliverOne(); }
 
@@ -288,6 +295,7 @@ void CTaskManager::Reset() {
   state_->dueTimeById.clear();
   state_->observers.clear();
   state_->virtualNowMs = 0;
+  state_->waitsAbandoned = false;
 }
 
 }  // namespace kel::framework

@@ -89,6 +89,27 @@ TEST_F(TaskManagerTest, NestedYieldsEndTheOuterYield) {
   EXPECT_EQ(tm.PendingCount(), 1u);
 }
 
+TEST_F(TaskManagerTest, AbandonedWaitsReturnAtOnceWhileRunningStillDeliversUntilReset) {
+  // A command waiting out a long budget inside an event: abandoning ends its wait for good.
+  int yieldsLeft = 1500;
+  tm.PostAfter(1000, [&] {
+    tm.AbandonWaits();
+    for (; yieldsLeft > 0; --yieldsLeft) tm.CtmYield(5000, nullptr, false);
+  });
+  Record(2000, "after");
+  tm.CtmYield(5000, nullptr, false);
+  EXPECT_EQ(yieldsLeft, 0);
+  EXPECT_EQ(tm.NowMs(), 1000);
+  EXPECT_TRUE(trace.empty()) << "an abandoned wait delivers nothing";
+
+  tm.RunFor(1000);
+  EXPECT_EQ(trace, std::vector<std::string>{"after"});
+  tm.Reset();
+  EXPECT_FALSE(tm.WaitsAbandoned());
+  tm.CtmYield(5000, nullptr, false);
+  EXPECT_EQ(tm.NowMs(), 5000);
+}
+
 TEST_F(TaskManagerTest, DeliversByDueTimeThenFifoAndCancelRemovesOnlyQueuedEvents) {
   Record(100, "a");
   const EventId cancelled = Record(100, "cancelled");

@@ -8,11 +8,19 @@
 // committed. Otherwise each protocol sends (global configurations, then per port deletes, adds,
 // updates), each commits exactly its dirty vector, and the deleted objects are destroyed.
 // An exception from a protocol ends the run with nothing committed.
+//
+// With ValidateOnly set, the run stops after the validation: a refused configuration fails as
+// above, an accepted one succeeds with nothing sent and nothing committed (so no port needs to
+// be reached). The protocols' caches keep what they prepared until their next apply.
 
 #include "kel/framework/Command.h"
 
 namespace kel {
 namespace core {
+
+namespace prop {
+constexpr framework::PropId ValidateOnly = 0x1031001;  // bool
+}  // namespace prop
 
 class CApplyToILCommand : public framework::CCommand {
  public:

@@ -68,6 +68,13 @@ class CTaskManager {
   // Throws CKelLogicError when `milliseconds` is negative.
   void CtmYield(int milliseconds, CTask* task, bool flag);
 
+  // For a host client that is done with a run while commands still wait inside it (a start
+  // command waiting out its budget for a port that will never answer): from now on every
+  // CtmYield returns at once without delivering anything, so such commands use up their budget
+  // and return. RunOne, RunFor and RunUntilIdle still deliver. Reset ends it.
+  void AbandonWaits();
+  bool WaitsAbandoned() const;
+
   // Delivers the next event that is due now, if any; true if one ran. Never moves the clock.
   bool RunOne();
 
@@ -90,8 +97,8 @@ class CTaskManager {
   int AddTurnObserver(std::function<void()> observer);
   void RemoveTurnObserver(int id);
 
-  // Drops every queued event (inbox included) and every observer, and sets virtual time back to
-  // 0; the clock mode stays. For tests and a new project. Ids are never reused, so an id handed
+  // Drops every queued event (inbox included) and every observer, sets virtual time back to 0
+  // and lets waits deliver again; the clock mode stays. For tests and a new project. Ids are never reused, so an id handed
   // out before a Reset cancels nothing after it.
   void Reset();
 

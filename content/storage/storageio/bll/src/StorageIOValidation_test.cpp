@@ -28,6 +28,19 @@ class StorageIOValidationTest : public StorageIOApplyTest {
   }
 };
 
+TEST_F(StorageIOValidationTest, AValidateOnlyApplyGivesTheVerdictAloneAndChangesNothing) {
+  std::vector<core::CPort*> ports = MakeGroup("A", 2);
+  EXPECT_EQ(kConflict + "A port 1, A port 2", RefusedApplyText(/*validateOnly=*/true));
+
+  ports[1]->Set(core::prop::PortGroup, std::string("B"));
+  Apply(/*validateOnly=*/true);
+  EXPECT_TRUE(NothingSent());
+  // Nothing was committed: the real apply still sends every configuration as new.
+  ApplyAfresh();
+  EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(*ports[0]));
+  EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(*ports[1]));
+}
+
 TEST_F(StorageIOValidationTest, TwoPortsOfOneGroupAreRefusedAndNothingIsSent) {
   std::vector<core::CPort*> ports = MakeGroup("A", 2);
   EXPECT_EQ(kConflict + "A port 1, A port 2", RefusedApplyText());

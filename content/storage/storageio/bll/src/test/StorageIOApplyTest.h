@@ -178,11 +178,12 @@ class StorageIOApplyTest : public StorageIOTest {
   }
 
   // Runs the apply command as the user does and lets every reply arrive. The command's failure
-  // (a refused validation) propagates.
-  void Apply() {
+  // (a refused validation) propagates. `validateOnly` asks for the verdict alone.
+  void Apply(bool validateOnly = false) {
     framework::CScriptableAutoPtr<core::CApplyToILCommand> apply(static_cast<core::CApplyToILCommand*>(
         framework::CScriptableCreator().Create(core::CApplyToILCommand::CLASS_ID(), nullptr)));
     ASSERT_NE(nullptr, apply.get());
+    apply->Set(core::prop::ValidateOnly, validateOnly);
     apply->Execute(false);
     framework::CTaskManager::Instance().RunUntilIdle();
   }
@@ -192,9 +193,9 @@ class StorageIOApplyTest : public StorageIOTest {
     Apply();
   }
   // The text with which an apply is refused; "" (and a test failure) when it is not refused.
-  std::string RefusedApplyText() {
+  std::string RefusedApplyText(bool validateOnly = false) {
     try {
-      Apply();
+      Apply(validateOnly);
     } catch (const framework::CCommandErrorException& error) {
       return error.GetMessage();
     }
