@@ -8,20 +8,23 @@ namespace storageio_port {
 
 namespace {
 
-// An embedded port writes to the host's developer log "storageio.port".
-void LogToHost(LogLevel level, const std::string& line) {
-  const auto logger = kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.port");
-  switch (level) {
-    case LogLevel::Info:
-      logger->Info(line, __FILE__, __LINE__);
-      break;
-    case LogLevel::Warning:
-      logger->Warn(line, __FILE__, __LINE__);
-      break;
-    case LogLevel::Error:
-      logger->Error(line, __FILE__, __LINE__);
-      break;
-  }
+// An embedded port writes to the host's developer log "storageio.port", each line led by its
+// endpoint and ": ", so that a host client can tell its ports' lines apart.
+PortLog LogToHost(const std::string& endpoint) {
+  return [prefix = endpoint + ": "](LogLevel level, const std::string& line) {
+    const auto logger = kel::framework::BLLLoggerFactory::GetInstance().GetLogger("storageio.port");
+    switch (level) {
+      case LogLevel::Info:
+        logger->Info(prefix + line, __FILE__, __LINE__);
+        break;
+      case LogLevel::Warning:
+        logger->Warn(prefix + line, __FILE__, __LINE__);
+        break;
+      case LogLevel::Error:
+        logger->Error(prefix + line, __FILE__, __LINE__);
+        break;
+    }
+  };
 }
 
 }  // namespace
@@ -29,7 +32,8 @@ void LogToHost(LogLevel level, const std::string& line) {
 InProcessTransport::InProcessTransport(std::string endpoint, FirmwareConfig config,
                                        std::unique_ptr<IoEngineFactory> engines)
     : m_endpoint(std::move(endpoint)),
-      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engines), m_scheduler, LogToHost,
+      m_firmware(std::make_shared<StorageFirmware>(std::move(config), std::move(engines), m_scheduler,
+                                                   LogToHost(m_endpoint),
                                                    [this](Bytes frame) {
                                                      if (m_connected) Deliver(std::move(frame));
                                                    })) {}

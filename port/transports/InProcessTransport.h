@@ -10,6 +10,9 @@
 // host hears of it, frames in either direction are dropped (requests already handed over are
 // still served), and the firmware keeps running its test; SetConnected(true) restores it.
 //
+// The firmware's log lines go to the host's developer log "storageio.port", led by the endpoint
+// ("inproc://P1: Refused BST_1.StartTest: ...").
+//
 // Threads: everything on the business-layer thread. The transport owns its firmware and engine;
 // destroying it ends a running test silently, and frames it queued for the firmware are dropped.
 
