@@ -48,17 +48,15 @@ bool RealClockE2ETest::IoUringWorks() {
 }
 
 CScriptable& RealClockE2ETest::RandomProfile(unsigned readPercent) {
-  CScriptable& profile = Make("StorageWorkerProfile", &kel::framework::CProject::GetCurrentActiveInstance());
-  profile.Set("Name", "Random " + std::to_string(readPercent) + "% reads");
-  profile.Set("TransferRequestSize", "4096");
-  profile.Set("PercentRandomDistribution", "100");
-  profile.Set("PercentReadDistribution", std::to_string(readPercent));
-  return profile;
+  return AddProfile("Random " + std::to_string(readPercent) + "% reads",
+                    {{"TransferRequestSize", "4096"},
+                     {"PercentRandomDistribution", "100"},
+                     {"PercentReadDistribution", std::to_string(readPercent)}});
 }
 
 void RealClockE2ETest::RunForASecond(const ScriptableVec& workers, CScriptable& profile) {
   for (CScriptable* worker : workers) {
-    if (CScriptable* old = worker->GetObject(ClassIdOf("StorageWorkerProfile"), Relation("UsesProfile"))) {
+    if (CScriptable* old = ProfileOf(*worker)) {
       worker->RemoveObject(*old, Relation("UsesProfile"));
     }
     ASSERT_TRUE(worker->AddObject(profile, Relation("UsesProfile")));
@@ -86,7 +84,7 @@ void RealClockE2ETest::ExpectConsistentFigures(const ScriptableVec& workers, con
     EXPECT_GE(Number(result, "MaxLatency"), Number(result, "AvgLatency"));
 
     std::vector<const CScriptable*> targetResults;
-    for (CScriptable* target : Children(*worker, "StorageDiscoveredTargets")) {
+    for (CScriptable* target : LearnedTargetsOf(*worker)) {
       targetResults.push_back(&Child(*target, "StorageDiscoveredTargetResults"));
     }
     ASSERT_EQ(targetResults.size(), 1u);

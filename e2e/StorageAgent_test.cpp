@@ -133,7 +133,7 @@ TEST_F(StorageAgentTest, CurveLetsOnlyAuthorizedClientsInAndNoAgentListensOffLoo
 
   // A stranger's key: the handshake fails, the port never comes online, the agent logs it.
   storageio_port::RegisterZmqTransport({{agent->Endpoint(), {agentKey, storageio_port::ReadKeyPair(KeyFile("stranger.key"))}}});
-  kel::core::CPort& refused = MakePort("Stranger", agent->Endpoint());
+  kel::core::CPort& refused = AddPort("Stranger", agent->Endpoint());
   EXPECT_FALSE(WaitOnline({&refused}, 2000));
   EXPECT_NE(agent->Log().find("refused client"), std::string::npos) << agent->Log();
   refused.MarkDelete(true, true);
@@ -223,7 +223,7 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
     At(2500, [&] { lost->Signal(SIGSTOP); });  // silent, not gone: only heartbeats can tell
     At(8000, [&] {
       EXPECT_FALSE(lostPort.IsOnline());
-      EXPECT_TRUE(Children(lostWorker, "StorageDiscoveredTargets").empty());
+      EXPECT_TRUE(LearnedTargetsOf(lostWorker).empty());
       const std::string kept = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
       MakeCommand("StorageStopWorkerCommand").Execute(false);
       EXPECT_EQ(Count(kStopUserLog, "StorageStartWorkerCommand: Received error response trying to send message to port "
@@ -278,7 +278,7 @@ TEST_F(StorageAgentTest, AHostSilentPastTheHeartbeatTimeOutIsLostAndItsTestEnds)
 
 TEST_F(StorageAgentTest, AHostKeepsALocationOffLoopbackWithoutKeysOffline) {
   storageio_port::RegisterZmqTransport();
-  kel::core::CPort& far = MakePort("Far", "tcp://192.0.2.1:7100");
+  kel::core::CPort& far = AddPort("Far", "tcp://192.0.2.1:7100");
   EXPECT_FALSE(WaitOnline({&far}, 200));
   EXPECT_EQ(Lines("storageio.transport", kel::framework::LOG_LEVEL_ERROR),
             std::vector<std::string>{"tcp://192.0.2.1:7100 is off loopback and no CURVE keys are given for it; its "

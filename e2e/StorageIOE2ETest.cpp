@@ -12,11 +12,9 @@
 #include "kel/framework/MetaClass.h"
 #include "kel/framework/PluginLoader.h"
 #include "kel/framework/Project.h"
-#include "kel/framework/ScriptableCreator.h"
 
 namespace storageio_e2e {
 
-using kel::framework::CMetaClassManager;
 using kel::framework::CTaskManager;
 
 void StorageIOE2ETest::SetUpTestSuite() {
@@ -52,26 +50,8 @@ void StorageIOE2ETest::TearDown() {
   Loop().SetClockMode(CTaskManager::ClockMode::Real);
 }
 
-CScriptable& StorageIOE2ETest::Make(const std::string& className, CScriptable* parent) {
-  CScriptable* object =
-      kel::framework::CScriptableCreator().Create(CMetaClassManager::Instance().GetClass(className), parent, true, true, 0);
-  if (object == nullptr) throw std::runtime_error("the host cannot make a " + className);
-  return *object;
-}
-
-kel::framework::CCommand& StorageIOE2ETest::MakeCommand(const std::string& className) {
-  auto* command = dynamic_cast<kel::framework::CCommand*>(&Make(className, nullptr));
-  if (command == nullptr) throw std::runtime_error(className + " is not a command");
-  m_commands.emplace_back(command);
-  return *command;
-}
-
-kel::core::CPort& StorageIOE2ETest::MakePort(const std::string& name, const std::string& location) {
-  auto& port = dynamic_cast<kel::core::CPort&>(Make("Port", &kel::framework::CProject::GetCurrentActiveInstance()));
-  port.Set("Name", name);
-  port.Set("Location", location);
-  port.Set("ReservedForTesting", "true");
-  return port;
+CScriptable& StorageIOE2ETest::MakeWorkerOnNewPort(const std::string& portName, const std::string& location) {
+  return AddWorker("Worker on " + portName, AddPort(portName, location));
 }
 
 CScriptable& StorageIOE2ETest::MakeDevice(kel::core::CPort& port, const std::string& name) {
@@ -82,61 +62,30 @@ CScriptable& StorageIOE2ETest::MakeDevice(kel::core::CPort& port, const std::str
   return device;
 }
 
-CScriptable& StorageIOE2ETest::MakeWorker(CScriptable& device, const std::string& name) {
-  CScriptable& worker = Make("StorageWorkerConfig", &device);
-  worker.Set("Name", name);
-  return worker;
+kel::framework::CCommand& StorageIOE2ETest::Keep(Command command) {
+  m_commands.push_back(std::move(command));
+  return *m_commands.back();
 }
 
-CScriptable& StorageIOE2ETest::MakeWorkerOnNewPort(const std::string& portName, const std::string& location) {
-  kel::core::CPort& port = MakePort(portName, location);
-  return MakeWorker(MakeDevice(port, "Host on " + portName), "Worker on " + portName);
+kel::framework::CCommand& StorageIOE2ETest::MakeCommand(const std::string& className) {
+  return Keep(ProjectBuilder::MakeCommand(className));
 }
 
-kel::core::CPort& StorageIOE2ETest::PortOf(const CScriptable& worker) {
-  auto* port = dynamic_cast<kel::core::CPort*>(
-      worker.GetParent()->GetObject(ClassIdOf("Port"), Relation("AffiliatedPort")));
-  if (port == nullptr) throw std::runtime_error(worker.GetName() + " is on no port");
-  return *port;
+kel::framework::CCommand& StorageIOE2ETest::MakeLearn(const std::vector<kel::core::CPort*>& ports) {
+  return Keep(ProjectBuilder::MakeLearn(ports));
 }
 
 kel::framework::CCommand& StorageIOE2ETest::MakeStart(const ScriptableVec& workers, unsigned durationSeconds,
                                                       bool learnFirst) {
-  kel::framework::CCommand& start = MakeCommand("StorageStartWorkerCommand");
-  start.Set("HostList", HandleText(workers));
-  start.Set("Duration", std::to_string(durationSeconds));
-  start.Set("LearnFirst", learnFirst ? "true" : "false");
-  return start;
-}
-
-kel::framework::ClassId StorageIOE2ETest::ClassIdOf(const std::string& className) {
-  const kel::framework::CMetaClass* meta = CMetaClassManager::Instance().GetClass(className);
-  if (meta == nullptr) throw std::runtime_error("the host knows no class " + className);
-  return meta->GetClassId();
-}
-
-kel::framework::RelationType StorageIOE2ETest::Relation(const std::string& name) {
-  const kel::framework::RelationDesc* relation = CMetaClassManager::Instance().GetRelation(name);
-  if (relation == nullptr) throw std::runtime_error("the host knows no relation " + name);
-  return kel::framework::RelationType(relation->id);
-}
-
-ScriptableVec StorageIOE2ETest::Children(const CScriptable& parent, const std::string& className) {
-  ScriptableVec children;
-  parent.GetObjects(children, ClassIdOf(className), kel::framework::ParentChild());
-  return children;
+  std::vector<kel::framework::Handle> handles;
+  for (const CScriptable* worker : workers) handles.push_back(worker->GetHandle());
+  return Keep(ProjectBuilder::MakeStart(handles, durationSeconds, learnFirst));
 }
 
 CScriptable& StorageIOE2ETest::Child(const CScriptable& parent, const std::string& className) {
   CScriptable* child = parent.GetObject(ClassIdOf(className), kel::framework::ParentChild());
   if (child == nullptr) throw std::runtime_error(parent.GetName() + " has no " + className);
   return *child;
-}
-
-std::string StorageIOE2ETest::HandleText(const ScriptableVec& objects) {
-  std::string text;
-  for (const CScriptable* object : objects) text += (text.empty() ? "" : " ") + std::to_string(object->GetHandle());
-  return text;
 }
 
 bool StorageIOE2ETest::Enabled(const CScriptable& object, const std::string& commandClass) {

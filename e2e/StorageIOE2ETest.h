@@ -18,11 +18,11 @@
 #include <string>
 #include <vector>
 
+#include "ProjectBuilder.h"
 #include "kel/core/Port.h"
 #include "kel/core/RecorderMessenger.h"
 #include "kel/framework/Command.h"
 #include "kel/framework/LogSinks.h"
-#include "kel/framework/ScriptableAutoPtr.h"
 #include "kel/framework/TaskManager.h"
 #include "port/transports/InProcessTransport.h"
 
@@ -39,7 +39,9 @@ inline const char* const kDeveloperLog = "content.storage.storageio";
 // The user log's last line of a storage test.
 inline const char* const kTestCompleted = "The Storage test has been completed.";
 
-class StorageIOE2ETest : public ::testing::Test {
+// The fixture builds its projects with ProjectBuilder: the tests use its names (AddPort, AddWorker,
+// PortOf, ProfileOf, LearnedTargetsOf, ClassIdOf, Relation...) as the fixture's own.
+class StorageIOE2ETest : public ::testing::Test, protected storageio_project::ProjectBuilder {
  protected:
   // Loads the plug-in once for the process.
   static void SetUpTestSuite();
@@ -47,33 +49,24 @@ class StorageIOE2ETest : public ::testing::Test {
   void TearDown() override;
 
   // ---- Making the project ----
-  // An object of a class the host knows by name, below `parent`. Fails the test (throws) when the
-  // host cannot make it.
-  static CScriptable& Make(const std::string& className, CScriptable* parent);
-  // A command by class name; the fixture releases it after the test.
-  kel::framework::CCommand& MakeCommand(const std::string& className);
-  // A port reserved for testing, reached at `location`.
-  static kel::core::CPort& MakePort(const std::string& name, const std::string& location = "inproc");
-  // An emulated device of the project on `port`.
-  static CScriptable& MakeDevice(kel::core::CPort& port, const std::string& name);
-  // A storage worker on `device`.
-  static CScriptable& MakeWorker(CScriptable& device, const std::string& name);
-  // The port of a worker's device.
-  static kel::core::CPort& PortOf(const CScriptable& worker);
-  // A port with one device and one storage worker on it; returns the worker.
+  // A port reserved for testing, reached at `location`, with one storage worker on it ("Worker on
+  // <portName>"); returns the worker.
   static CScriptable& MakeWorkerOnNewPort(const std::string& portName, const std::string& location = "inproc");
-  // The start command for `workers`, with the duration in seconds and the learn-first flag set.
+  // An emulated device of the project on `port` with no worker: a layout the builder never makes.
+  static CScriptable& MakeDevice(kel::core::CPort& port, const std::string& name);
+
+  // ---- Commands ----
+  // Made by the builder and kept by the fixture until the test ends, so a test may hold them by
+  // reference while the event loop runs: a command by class name, the learn command for `ports`,
+  // the start command for `workers` (duration in seconds, learn-first flag).
+  kel::framework::CCommand& MakeCommand(const std::string& className);
+  kel::framework::CCommand& MakeLearn(const std::vector<kel::core::CPort*>& ports);
   kel::framework::CCommand& MakeStart(const ScriptableVec& workers, unsigned durationSeconds, bool learnFirst);
 
   // ---- Reading the model ----
-  static kel::framework::ClassId ClassIdOf(const std::string& className);
-  static kel::framework::RelationType Relation(const std::string& name);
-  // The children of `parent` of a class named `className`, in child order.
-  static ScriptableVec Children(const CScriptable& parent, const std::string& className);
-  // The first child of that class; fails the test (throws) when there is none.
+  // The first child of `parent` of a class named `className`; fails the test (throws) when there
+  // is none.
   static CScriptable& Child(const CScriptable& parent, const std::string& className);
-  // Handles as the text of a handle-collection property.
-  static std::string HandleText(const ScriptableVec& objects);
   // Whether a user interface may run the command class on the object.
   static bool Enabled(const CScriptable& object, const std::string& commandClass);
   // Every property of an object as text, by name.
@@ -106,8 +99,11 @@ class StorageIOE2ETest : public ::testing::Test {
   long Count(const std::string& logger, const std::string& line) const;
 
  private:
+  // Holds `command` until TearDown.
+  kel::framework::CCommand& Keep(Command command);
+
   std::shared_ptr<kel::framework::MemorySink> m_log;
-  std::vector<kel::framework::CScriptableAutoPtr<kel::framework::CCommand>> m_commands;
+  std::vector<Command> m_commands;
   std::vector<unsigned> m_subscriptions;
   std::vector<SeenResult> m_seen;
 };

@@ -29,17 +29,16 @@ void ExpectConfiguredTargets(const ScriptableVec& targets) {
 }
 
 TEST_F(StorageIOE2ETest, LearnPutsEachPortsTargetsUnderItsWorkersAndALaterLearnOnlyRewritesSizes) {
-  kel::core::CPort& first = MakePort("Port 1");
-  CScriptable& worker = MakeWorker(MakeDevice(first, "Host A"), "Worker A");
+  kel::core::CPort& first = AddPort("Port 1", "inproc");
+  CScriptable& worker = AddWorker("Worker A", first);
   CScriptable& bare = MakeDevice(first, "Host B");  // no worker: warned about, the port is still asked
-  kel::core::CPort& other = MakePort("Port 2");
-  CScriptable& second = MakeWorker(MakeDevice(other, "Host 2"), "Worker 2");
-  kel::core::CPort& unreserved = MakePort("Port 3");
+  kel::core::CPort& other = AddPort("Port 2", "inproc");
+  CScriptable& second = AddWorker("Worker 2", other);
+  kel::core::CPort& unreserved = AddPort("Port 3", "inproc");
   unreserved.Set("ReservedForTesting", "false");
-  CScriptable& idle = MakeWorker(MakeDevice(unreserved, "Host C"), "Worker C");
+  CScriptable& idle = AddWorker("Worker C", unreserved);
 
-  kel::framework::CCommand& learn = MakeCommand("StorageLearnTargetsCommand");
-  learn.Set("PortList", HandleText({&first, &other, &unreserved}));
+  kel::framework::CCommand& learn = MakeLearn({&first, &other, &unreserved});
   learn.Execute(false);
 
   EXPECT_EQ(learn.GetRunnableState(), kel::framework::CRunnable::STATE_COMPLETED);
@@ -47,11 +46,11 @@ TEST_F(StorageIOE2ETest, LearnPutsEachPortsTargetsUnderItsWorkersAndALaterLearnO
   const std::string noWorker = "Command StorageLearnTargets: Port 1 does not have StorageWorkerConfigs. Skipping the port.";
   EXPECT_THAT(Lines(kUserLog, LOG_LEVEL_WARN), ElementsAre(noWorker));
   EXPECT_THAT(Lines(kDeveloperLog, LOG_LEVEL_WARN), ElementsAre(noWorker));
-  const ScriptableVec targets = Children(worker, "StorageDiscoveredTargets");
+  const ScriptableVec targets = LearnedTargetsOf(worker);
   ExpectConfiguredTargets(targets);
-  ExpectConfiguredTargets(Children(second, "StorageDiscoveredTargets"));
-  EXPECT_TRUE(Children(bare, "StorageDiscoveredTargets").empty());
-  EXPECT_TRUE(Children(idle, "StorageDiscoveredTargets").empty());  // a port not reserved is not asked
+  ExpectConfiguredTargets(LearnedTargetsOf(second));
+  EXPECT_EQ(bare.GetObject(ClassIdOf("StorageDiscoveredTargets")), nullptr);
+  EXPECT_TRUE(LearnedTargetsOf(idle).empty());  // a port not reserved is not asked
 
   // The user edits the learned targets; the port answers the same again. A size stored in bytes
   // is compared with the reported sector count, so it is rewritten, while a size that happens to
@@ -66,8 +65,8 @@ TEST_F(StorageIOE2ETest, LearnPutsEachPortsTargetsUnderItsWorkersAndALaterLearnO
   std::map<std::string, std::string> disk1Before = Values(disk1);
   learn.Execute(false);
 
-  EXPECT_EQ(Children(worker, "StorageDiscoveredTargets"), targets);
-  EXPECT_EQ(Children(second, "StorageDiscoveredTargets").size(), 2u);
+  EXPECT_EQ(LearnedTargetsOf(worker), targets);
+  EXPECT_EQ(LearnedTargetsOf(second).size(), 2u);
   EXPECT_EQ(Values(disk0), disk0Before);
   disk1Before["Size"] = std::to_string(storageio_port::InProcessSetup().firmware.targets[1].SizeBytes());
   EXPECT_EQ(Values(disk1), disk1Before);

@@ -108,10 +108,10 @@ TEST_F(StorageIOE2ETest, StartWithLearnFirstRunsTheTestAndRollsTheModelsFiguresU
     SCOPED_TRACE(worker->GetName());
     ScriptableVec used;
     worker->GetObjects(used, targetClass, Relation("UsesTarget"));
-    EXPECT_EQ(used, Children(*worker, "StorageDiscoveredTargets"));
+    EXPECT_EQ(used, LearnedTargetsOf(*worker));
     EXPECT_EQ(used.size(), 2u);
     kel::core::CPort& port = PortOf(*worker);
-    const CScriptable* profile = worker->GetObject(ClassIdOf("StorageWorkerProfile"), Relation("UsesProfile"));
+    const CScriptable* profile = ProfileOf(*worker);
     ASSERT_NE(profile, nullptr);
     EXPECT_EQ(InProcess(port).Firmware().Workers().count(worker->GetHandle()), 1u);
     EXPECT_EQ(InProcess(port).Firmware().AccessSpecs().count(profile->GetHandle()), 1u);
@@ -132,11 +132,11 @@ TEST_F(StorageIOE2ETest, StartWithLearnFirstRunsTheTestAndRollsTheModelsFiguresU
   for (CScriptable* worker : workers) {
     ExpectModelFigures(Child(*worker, "StorageWorkerResults"), model, kSeconds, 2, 1);
     ExpectModelFigures(Child(PortOf(*worker), "StoragePortResults"), model, kSeconds, 2, 1);
-    for (CScriptable* target : Children(*worker, "StorageDiscoveredTargets")) {
+    for (CScriptable* target : LearnedTargetsOf(*worker)) {
       ExpectModelFigures(Child(*target, "StorageDiscoveredTargetResults"), model, kSeconds, 1, 1);
     }
   }
-  const CScriptable& profile = *workers[0]->GetObject(ClassIdOf("StorageWorkerProfile"), Relation("UsesProfile"));
+  const CScriptable& profile = *ProfileOf(*workers[0]);
   ExpectModelFigures(Child(profile, "StorageProfileResults"), model, kSeconds, 4, 2);
   const CScriptable& projectResult = Child(project, "StorageProjectResults");
   ExpectModelFigures(projectResult, model, kSeconds, 4, 2);

@@ -65,8 +65,8 @@ TEST_F(StorageIOE2ETest, APortOfflineMidTestLosesItsTargetsAndIsStoppedOnceItIsB
   At(10000, [&] { InProcess(lost).SetConnected(false); });
   At(11000, [&] {
     EXPECT_FALSE(lost.IsOnline());
-    EXPECT_TRUE(Children(*workers[1], "StorageDiscoveredTargets").empty());
-    EXPECT_EQ(Children(*workers[0], "StorageDiscoveredTargets").size(), 2u);
+    EXPECT_TRUE(LearnedTargetsOf(*workers[1]).empty());
+    EXPECT_EQ(LearnedTargetsOf(*workers[0]).size(), 2u);
   });
   At(12000, [&] {
     stop.Execute(false);
