@@ -11,70 +11,48 @@
 #include <string>
 #include <vector>
 
-#include "StorageDiscoveredTargets.h"
-#include "StorageIOIds.h"
+#include "PhysicalDrive.h"
+#include "ProjectBuilder.h"
 #include "StorageIOProtocol.h"
-#include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
-#include "kel/core/ApplyToILCommand.h"
-#include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
 #include "kel/core/PortChannels.h"
 #include "kel/core/ProtocolModule.h"
 #include "kel/core/RecorderMessenger.h"
-#include "kel/framework/HostClassIds.h"
 #include "kel/framework/KelSystem.h"
-#include "kel/framework/Project.h"
-#include "kel/framework/ScriptableAutoPtr.h"
-#include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 
 namespace {
 
 using kel::framework::CScriptable;
-using kel::framework::CScriptableCreator;
 using kel::storageio::CStorageIOProtocol;
+using storageio_project::ProjectBuilder;
 
 constexpr int kPorts = 100;
 constexpr int kTargetsPerWorker = 8;
 constexpr int kWorkersPerProfile = 100;
-
-template <class T>
-T* Make(kel::framework::ClassId classId, CScriptable* parent) {
-  return static_cast<T*>(CScriptableCreator().Create(classId, parent));
-}
 
 // A fresh project of `workers` new workers, spread evenly over the ports, and a fresh protocol.
 void BuildProject(int workers) {
   kel::framework::CKelSystem::Instance().ResetProject();
   CStorageIOProtocol::DeleteInstance();
   kel::core::CProtocolModule::Instance().RegisterProtocol(CStorageIOProtocol::Instance());
-  kel::framework::CProject& project = kel::framework::CProject::Instance();
 
   std::vector<kel::core::CPort*> ports;
   for (int i = 0; i < kPorts; ++i) {
-    auto* port = Make<kel::core::CPort>(kel::framework::classid::Port, &project);
-    port->Set(kel::framework::prop::Name, "Port " + std::to_string(i + 1));
-    port->Set(kel::core::prop::ReservedForTesting, true);
-    kel::core::CPortChannels::Instance().Attach(*port, std::make_unique<kel::core::CRecorderMessenger>());
-    ports.push_back(port);
+    // The host's default location; the recorder attached next is the port's channel.
+    kel::core::CPort& port = ProjectBuilder::AddPort("Port " + std::to_string(i + 1), "inproc");
+    kel::core::CPortChannels::Instance().Attach(port, std::make_unique<kel::core::CRecorderMessenger>());
+    ports.push_back(&port);
   }
   for (int w = 0; w < workers; ++w) {
     // Each new worker takes the protocol's default profile: a new one for every hundred workers.
     if (w % kWorkersPerProfile == 0) {
-      CStorageIOProtocol::Instance()->SetDefaultProfile(
-          Make<kel::storageio::CStorageWorkerProfile>(kel::storageio::CStorageWorkerProfile::CLASS_ID(), &project));
+      CScriptable& profile = ProjectBuilder::AddProfile("Profile " + std::to_string(w / kWorkersPerProfile + 1));
+      CStorageIOProtocol::Instance()->SetDefaultProfile(&dynamic_cast<kel::storageio::CStorageWorkerProfile&>(profile));
     }
-    auto* device = Make<kel::core::CEmulatedDevice>(kel::framework::classid::EmulatedDevice, &project);
-    device->SetPort(ports[w % kPorts]);
-    auto* worker = Make<kel::storageio::CStorageWorkerConfig>(kel::storageio::CStorageWorkerConfig::CLASS_ID(), device);
-    for (int t = 0; t < kTargetsPerWorker; ++t) {
-      auto* target = Make<kel::storageio::CStorageDiscoveredTargets>(
-          kel::storageio::CStorageDiscoveredTargets::CLASS_ID(), worker);
-      target->Set(0x86003003, "PhysicalDrive" + std::to_string(t));
-      target->Set(0x8600300a, 0x8c000000u);
-      worker->AddObject(*target, kel::framework::RelationType(kel::storageio::kWorkerToTarget));
-    }
+    CScriptable& worker = ProjectBuilder::AddWorker("Worker " + std::to_string(w + 1), *ports[w % kPorts]);
+    for (int t = 0; t < kTargetsPerWorker; ++t) ProjectBuilder::AddTarget(worker, PhysicalDrive(t));
   }
 }
 
@@ -86,8 +64,7 @@ void BM_ApplyNewConfiguration(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
     BuildProject(workers);
-    kel::framework::CScriptableAutoPtr<kel::core::CApplyToILCommand> apply(
-        Make<kel::core::CApplyToILCommand>(kel::core::CApplyToILCommand::CLASS_ID(), nullptr));
+    const ProjectBuilder::Command apply = ProjectBuilder::MakeApply();
     state.ResumeTiming();
 
     apply->Execute(false);

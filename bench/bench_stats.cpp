@@ -13,20 +13,16 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
-#include "StorageDiscoveredTargets.h"
-#include "StorageIOIds.h"
+#include "PhysicalDrive.h"
+#include "ProjectBuilder.h"
 #include "StorageIOProtocol.h"
-#include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
-#include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
 #include "kel/core/ProtocolModule.h"
-#include "kel/framework/HostClassIds.h"
 #include "kel/framework/KelSystem.h"
-#include "kel/framework/Project.h"
-#include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
 #include "tm/Tm_wire.h"
@@ -36,18 +32,13 @@ extern "C" int PluginRegister();
 namespace {
 
 using kel::framework::CScriptable;
-using kel::framework::CScriptableCreator;
 using kel::storageio::CStorageIOProtocol;
+using storageio_project::ProjectBuilder;
 
 constexpr int kDevices = 100;
 constexpr int kWorkersPerDevice = 10;
 constexpr int kProfiles = 10;
 constexpr int kTargetsPerWorker = 10;
-
-template <class T>
-T* Make(kel::framework::ClassId classId, CScriptable* parent) {
-  return static_cast<T*>(CScriptableCreator().Create(classId, parent));
-}
 
 bst_1_bll::StorageBaseResults_s RecordFor(const CScriptable& object, unsigned long scale) {
   bst_1_bll::StorageBaseResults_s record;
@@ -63,42 +54,40 @@ bst_1_bll::StorageBaseResults_s RecordFor(const CScriptable& object, unsigned lo
   return record;
 }
 
+// A further worker named `name` on `device`, using `profile`: more workers on one device than the
+// builder's layout has.
+CScriptable& AddWorkerOn(CScriptable& device, const std::string& name, CScriptable& profile) {
+  CScriptable& worker = ProjectBuilder::Make("StorageWorkerConfig", &device);
+  worker.Set("Name", name);
+  worker.SetObjects({&profile}, ProjectBuilder::Relation("UsesProfile"), true);
+  return worker;
+}
+
 // A fresh project as described above; returns two successive notifications of its port.
 std::vector<Message> BuildTest() {
   kel::framework::CKelSystem::Instance().ResetProject();
   CStorageIOProtocol::DeleteInstance();
   kel::core::CProtocolModule::Instance().RegisterProtocol(CStorageIOProtocol::Instance());
-  kel::framework::CProject& project = kel::framework::CProject::Instance();
-  const kel::framework::RelationType toProfile(kel::storageio::kWorkerToProfile);
-  const kel::framework::RelationType toTarget(kel::storageio::kWorkerToTarget);
 
-  auto* port = Make<kel::core::CPort>(kel::framework::classid::Port, &project);
-  port->Set(kel::core::prop::ReservedForTesting, true);
-  std::vector<kel::storageio::CStorageWorkerProfile*> profiles{CStorageIOProtocol::Instance()->GetDefaultProfile()};
+  kel::core::CPort& port = ProjectBuilder::AddPort("Port 1", "inproc");
+  std::vector<CScriptable*> profiles{CStorageIOProtocol::Instance()->GetDefaultProfile()};
   while (profiles.size() < kProfiles) {
-    profiles.push_back(Make<kel::storageio::CStorageWorkerProfile>(kel::storageio::CStorageWorkerProfile::CLASS_ID(),
-                                                                    &project));
+    profiles.push_back(&ProjectBuilder::AddProfile("Profile " + std::to_string(profiles.size() + 1)));
   }
 
   std::vector<const CScriptable*> workers;
   std::vector<const CScriptable*> targets;
   for (int d = 0; d < kDevices; ++d) {
-    auto* device = Make<kel::core::CEmulatedDevice>(kel::framework::classid::EmulatedDevice, &project);
-    device->SetPort(port);
+    CScriptable* device = nullptr;  // made with the device's first worker
     for (int w = 0; w < kWorkersPerDevice; ++w) {
-      auto* worker =
-          Make<kel::storageio::CStorageWorkerConfig>(kel::storageio::CStorageWorkerConfig::CLASS_ID(), device);
-      const std::size_t profile = workers.size() % kProfiles;
-      if (profile != 0) {  // every worker starts on the default profile
-        worker->RemoveObject(*profiles[0], toProfile);
-        worker->AddObject(*profiles[profile], toProfile);
-      }
-      workers.push_back(worker);
+      const std::string name = "Worker " + std::to_string(workers.size() + 1);
+      CScriptable& profile = *profiles[workers.size() % kProfiles];
+      CScriptable& worker =
+          device == nullptr ? ProjectBuilder::AddWorker(name, port, &profile) : AddWorkerOn(*device, name, profile);
+      device = worker.GetParent();
+      workers.push_back(&worker);
       for (int t = 0; t < kTargetsPerWorker; ++t) {
-        auto* target = Make<kel::storageio::CStorageDiscoveredTargets>(
-            kel::storageio::CStorageDiscoveredTargets::CLASS_ID(), worker);
-        worker->AddObject(*target, toTarget);
-        targets.push_back(target);
+        targets.push_back(&ProjectBuilder::AddTarget(worker, PhysicalDrive(t)));
       }
     }
   }
