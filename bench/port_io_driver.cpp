@@ -20,16 +20,11 @@
 #include <stdexcept>
 #include <string>
 
-#include "kel/core/EmulatedDevice.h"
+#include "ProjectBuilder.h"
 #include "kel/core/Port.h"
-#include "kel/framework/Command.h"
 #include "kel/framework/LogSinks.h"
 #include "kel/framework/Logger.h"
-#include "kel/framework/MetaClass.h"
 #include "kel/framework/PluginLoader.h"
-#include "kel/framework/Project.h"
-#include "kel/framework/ScriptableAutoPtr.h"
-#include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 #include "port/transports/InProcessTransport.h"
 #include "port/transports/zmq/ZmqTransport.h"
@@ -37,6 +32,7 @@
 namespace {
 
 using kel::framework::CScriptable;
+using storageio_project::ProjectBuilder;
 
 struct Options {
   std::string file;
@@ -81,13 +77,6 @@ Options Parse(int argc, char** argv) {
   return options;
 }
 
-CScriptable& Make(const std::string& className, CScriptable* parent) {
-  CScriptable* object = kel::framework::CScriptableCreator().Create(
-      kel::framework::CMetaClassManager::Instance().GetClass(className), parent, true, true, 0);
-  if (object == nullptr) throw std::runtime_error("the host cannot make a " + className);
-  return *object;
-}
-
 // The percentages of the profile that fio's --rw and --rwmixread stand for.
 std::pair<unsigned, unsigned> ReadAndRandomPercent(const Options& options) {
   if (options.rw == "randread") return {100, 100};
@@ -119,38 +108,24 @@ int Run(const Options& options) {
   kel::framework::CTaskManager& loop = kel::framework::CTaskManager::Instance();
   loop.SetClockMode(kel::framework::CTaskManager::ClockMode::Real);
 
-  kel::framework::CProject& project = kel::framework::CProject::GetCurrentActiveInstance();
-  auto& port = static_cast<kel::core::CPort&>(Make("Port", &project));
-  port.Set("Name", "bench");
-  port.Set("Location", location);
-  port.Set("ReservedForTesting", "true");
+  kel::core::CPort& port = ProjectBuilder::AddPort("bench", location);
   const std::int64_t giveUpMs = loop.NowMs() + 5000;
   while (!port.IsOnline() && loop.NowMs() < giveUpMs) loop.RunFor(20);
   if (!port.IsOnline()) throw std::runtime_error(location + " does not answer");
-  auto& device = static_cast<kel::core::CEmulatedDevice&>(Make("EmulatedDevice", &project));
-  device.SetPort(&port);
-  CScriptable& worker = Make("StorageWorkerConfig", &device);
-  worker.Set("OutstandingIOsPerTargetCount", std::to_string(options.iodepth));
-  worker.Set("MaximumDiskSize", "0");  // the whole file
-  CScriptable& profile = Make("StorageWorkerProfile", &project);
   const auto [readPercent, randomPercent] = ReadAndRandomPercent(options);
-  profile.Set("TransferRequestSize", std::to_string(options.bs));
-  profile.Set("PercentReadDistribution", std::to_string(readPercent));
-  profile.Set("PercentRandomDistribution", std::to_string(randomPercent));
-  const auto* usesProfile = kel::framework::CMetaClassManager::Instance().GetRelation("UsesProfile");
-  worker.SetObjects({&profile}, kel::framework::RelationType(usesProfile->id), true);
+  CScriptable& profile = ProjectBuilder::AddProfile(options.rw,
+                                                    {{"TransferRequestSize", std::to_string(options.bs)},
+                                                     {"PercentReadDistribution", std::to_string(readPercent)},
+                                                     {"PercentRandomDistribution", std::to_string(randomPercent)}});
+  CScriptable& worker = ProjectBuilder::AddWorker("bench", port, &profile,
+                                                  {{"OutstandingIOsPerTargetCount", std::to_string(options.iodepth)},
+                                                   {"MaximumDiskSize", "0"}});  // the whole file
 
-  kel::framework::CScriptableAutoPtr<kel::framework::CCommand> start(
-      static_cast<kel::framework::CCommand*>(&Make("StorageStartWorkerCommand", nullptr)));
-  start->Set("HostList", std::to_string(worker.GetHandle()));
-  start->Set("Duration", std::to_string(options.seconds));
-  start->Set("LearnFirst", "true");
+  const ProjectBuilder::Command start = ProjectBuilder::MakeStart({worker.GetHandle()}, options.seconds, true);
   start->Execute(false);
   loop.RunFor(200);  // the last figures and progress follow the answer to the start
 
-  const CScriptable* result =
-      worker.GetObject(kel::framework::CMetaClassManager::Instance().GetClass("StorageWorkerResults")->GetClassId(),
-                       kel::framework::ParentChild());
+  const CScriptable* result = worker.GetObject(ProjectBuilder::ClassIdOf("StorageWorkerResults"));
   if (result == nullptr) throw std::runtime_error("the worker has no results");
   double cpuSeconds = -1;
   double cpuPerMillion = -1;
