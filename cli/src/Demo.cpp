@@ -3,7 +3,8 @@
 #include <memory>
 
 #include "RegistrationReport.h"
-#include "ResultsReport.h"
+#include "ResultTables.h"
+#include "ResultsFollower.h"
 #include "UserLogPrinter.h"
 #include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
@@ -82,7 +83,7 @@ int RunDemo(const DemoOptions& options, std::ostream& out) {
   if (usesProfile == nullptr) throw kel::framework::CKelRunTimeError("The plug-in describes no relation UsesProfile");
   workers[1]->SetObjects({&mixed}, kel::framework::RelationType(usesProfile->id), true);
 
-  ResultsReport report;
+  ResultsFollower results;
   const kel::framework::CMetaClass* startClass =
       kel::framework::CMetaClassManager::Instance().GetClass("StorageStartWorkerCommand");
   kel::framework::CScriptableAutoPtr<kel::framework::CCommand> start(
@@ -93,6 +94,7 @@ int RunDemo(const DemoOptions& options, std::ostream& out) {
   start->Set("Duration", std::to_string(options.durationSeconds));
   start->Set("LearnFirst", "true");
   out << "\nStarting a " << options.durationSeconds << " s storage test on 2 ports\n";
+  results.SetOrigin(loop.NowMs());
   start->Execute(false);
 
   // The start command returns when the ports have answered; the end of the test follows.
@@ -100,7 +102,7 @@ int RunDemo(const DemoOptions& options, std::ostream& out) {
   while (TestStillRunning(workers, startClass->GetClassId()) && loop.NowMs() < deadline) loop.CtmYield(100, nullptr, false);
   kel::framework::BLLLoggerFactory::GetInstance().RemoveSink(printer);
   const bool completed = !TestStillRunning(workers, startClass->GetClassId());
-  report.Write(out);
+  WriteResultTables(out, results.Records());
   out << "\n" << (completed ? "Test completed" : "Test did not complete in time") << "\n";
   return completed ? 0 : 1;
 }
