@@ -23,8 +23,9 @@ configure: bootstrap
 build: configure
 	cmake --build $(BUILD)
 
+# The quickstart's scratch file lands in the build folder, its working directory.
 demo: build
-	$(BUILD)/cli/storageio demo
+	cd $(BUILD) && ./cli/storageio run $(CURDIR)/examples/quickstart.yaml
 
 sanitize: bootstrap
 	test -f $(SANITIZE_BUILD)/build.ninja || \

@@ -254,14 +254,18 @@ std::optional<std::uint64_t> MapFields::OptionalSizeOrFalse(const std::string& k
   return OptionalSize(key, min, max);
 }
 
-std::optional<std::uint64_t> MapFields::OptionalDurationMs(const std::string& key, std::uint64_t maxMs) {
-  const std::string wanted = "a duration such as 10, 10s, 5m or 1h";
+std::optional<std::uint64_t> MapFields::OptionalDurationMs(const std::string& key, std::uint64_t maxMs,
+                                                          bool wholeSeconds) {
+  const std::string wanted = "a duration such as 10, 10s, 5m, 1h or 500ms";
   const std::optional<std::string> text = ScalarText(key, wanted, true);
   if (!text) return std::nullopt;
   std::string digits = *text;
   std::uint64_t msPerUnit = 1000;
   const char unit = digits.empty() ? '\0' : digits.back();
-  if (unit == 's' || unit == 'm' || unit == 'h') {
+  if (digits.size() > 2 && digits.compare(digits.size() - 2, 2, "ms") == 0) {
+    digits.resize(digits.size() - 2);
+    msPerUnit = 1;
+  } else if (unit == 's' || unit == 'm' || unit == 'h') {
     digits.pop_back();
     msPerUnit = unit == 's' ? 1000 : unit == 'm' ? 60'000 : 3'600'000;
   }
@@ -274,16 +278,19 @@ std::optional<std::uint64_t> MapFields::OptionalDurationMs(const std::string& ke
     ReportValue(key, "must be at most " + std::to_string(maxMs / 1000) + "s, not " + *text);
     return std::nullopt;
   }
-  if (number->magnitude == 0) {
-    ReportValue(key, "must be at least 1s, not " + *text);
+  const std::uint64_t ms = number->magnitude * msPerUnit;
+  if (ms == 0 || (wholeSeconds && ms % 1000 != 0)) {
+    ReportValue(key, std::string(wholeSeconds ? "must be whole seconds, at least 1s" : "must be at least 1ms") +
+                         ", not " + *text);
     return std::nullopt;
   }
-  return number->magnitude * msPerUnit;
+  return ms;
 }
 
-std::optional<std::uint64_t> MapFields::RequiredDurationMs(const std::string& key, std::uint64_t maxMs) {
+std::optional<std::uint64_t> MapFields::RequiredDurationMs(const std::string& key, std::uint64_t maxMs,
+                                                          bool wholeSeconds) {
   if (!Has(key)) ReportMissing(key);
-  return OptionalDurationMs(key, maxMs);
+  return OptionalDurationMs(key, maxMs, wholeSeconds);
 }
 
 }  // namespace storageio_cli

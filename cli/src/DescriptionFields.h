@@ -85,10 +85,13 @@ class MapFields {
   // As OptionalSize, or an unquoted false, which reads as 0.
   std::optional<std::uint64_t> OptionalSizeOrFalse(const std::string& key, std::uint64_t min, std::uint64_t max);
 
-  // Milliseconds of a duration written as whole seconds ("10") or with a unit s, m or h ("10s",
-  // "5m", "1h"), at least one second and at most `maxMs`.
-  std::optional<std::uint64_t> OptionalDurationMs(const std::string& key, std::uint64_t maxMs);
-  std::optional<std::uint64_t> RequiredDurationMs(const std::string& key, std::uint64_t maxMs);
+  // Milliseconds of a duration written as whole seconds ("10") or with a unit ms, s, m or h
+  // ("500ms", "10s", "5m", "1h"), not 0 and at most `maxMs`; with `wholeSeconds`, a whole number
+  // of seconds.
+  std::optional<std::uint64_t> OptionalDurationMs(const std::string& key, std::uint64_t maxMs,
+                                                  bool wholeSeconds = false);
+  std::optional<std::uint64_t> RequiredDurationMs(const std::string& key, std::uint64_t maxMs,
+                                                  bool wholeSeconds = false);
 
   // Reports `what` about the value of `key`, which must be present.
   void ReportValue(const std::string& key, const std::string& what);

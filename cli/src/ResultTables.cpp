@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 #include <string>
 
 #include "ResultFields.h"
@@ -135,10 +136,8 @@ void WriteResultTables(std::ostream& out, const std::vector<ResultRecord>& recor
   }
 }
 
-LiveTable::LiveTable(std::ostream& out, bool terminal, bool colour)
-    : m_out(out), m_terminal(terminal), m_colour(colour) {}
-
-void LiveTable::Show(const std::vector<ResultRecord>& records, std::int64_t elapsedMs) {
+std::vector<std::string> LiveTableLines(const std::vector<ResultRecord>& records, std::int64_t elapsedMs,
+                                        bool colour) {
   const Figures figures;
   const std::vector<std::vector<double>> derived = DeriveValues(records);
   std::vector<Row> rows;
@@ -159,11 +158,13 @@ void LiveTable::Show(const std::vector<ResultRecord>& records, std::int64_t elap
                        {Fixed(derived[n][figures.peak], 3)},
                        figures.Errors(record)});
   }
-  // Cursor up over the last block, back to its first column, and erase to the end of the screen.
-  if (m_terminal && m_linesDrawn > 0) m_out << "\x1b[" << m_linesDrawn << "A\r\x1b[J";
-  m_out << "t=" << elapsedMs / 1000 << "s\n";
-  m_linesDrawn = 1 + WriteTable(m_out, {"port", "IOPS", "MB/s", "mean ms", "peak ms", "errors"}, rows, m_colour);
-  m_out.flush();
+  std::ostringstream block;
+  block << "t=" << elapsedMs / 1000 << "s\n";
+  WriteTable(block, {"port", "IOPS", "MB/s", "mean ms", "peak ms", "errors"}, rows, colour);
+  std::vector<std::string> lines;
+  std::istringstream text(block.str());
+  for (std::string line; std::getline(text, line);) lines.push_back(line);
+  return lines;
 }
 
 }  // namespace storageio_cli

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "ResultRecord.h"
@@ -17,23 +18,10 @@ namespace storageio_cli {
 // write). A deleted result's owner is marked "(deleted)". Throws as ResultFieldList does.
 void WriteResultTables(std::ostream& out, const std::vector<ResultRecord>& records);
 
-class LiveTable {
- public:
-  // Writes to `out`, which must outlive the table. On a terminal each block replaces the one
-  // drawn before (ANSI cursor movement); otherwise blocks are appended. `colour` adds ANSI colour
-  // (bold header, red non-zero errors); ask for it on terminals only.
-  LiveTable(std::ostream& out, bool terminal, bool colour);
-
-  // Draws one block: a line "t=<elapsedMs in whole seconds>s", then IOPS, MB/s, mean and peak
-  // latency in ms and errors, one row per port and one for the project. Draws each time it is
-  // called; the caller decides how often. Throws as ResultFieldList does.
-  void Show(const std::vector<ResultRecord>& records, std::int64_t elapsedMs);
-
- private:
-  std::ostream& m_out;
-  bool m_terminal;
-  bool m_colour;
-  std::size_t m_linesDrawn = 0;  // lines of the last block, for the redraw on a terminal
-};
+// The live table's block: a line "t=<elapsedMs in whole seconds>s", then IOPS, MB/s, mean and
+// peak latency in ms and errors, one row per port and one for the project; each line without its
+// line break. `colour` adds ANSI colour (bold header, red non-zero errors); ask for it on
+// terminals only. Throws as ResultFieldList does.
+std::vector<std::string> LiveTableLines(const std::vector<ResultRecord>& records, std::int64_t elapsedMs, bool colour);
 
 }  // namespace storageio_cli

@@ -59,48 +59,23 @@ TEST_F(ResultsTablesTest, FinalTablesShowEveryLevelWithDerivedLatencies) {
   EXPECT_EQ(std::string::npos, text.find('\x1b'));
 }
 
-TEST_F(ResultsTablesTest, LiveTableOnAPipeAppendsBlocksWithTheElapsedTime) {
-  std::ostringstream out;
-  LiveTable table(out, false, false);
+TEST_F(ResultsTablesTest, TheLiveTableHasTheElapsedTimeAPortRowEachAndTheProject) {
   std::vector<ResultRecord> withLineBreak = Records();
   withLineBreak[1].owner = "Port\nA";  // must not break the block's one line per row
-  table.Show(withLineBreak, 1200);
-  const std::string first = out.str();
-  table.Show(Records(), 3000);
-  const std::string both = out.str();
-
-  EXPECT_EQ(0u, first.find("t=1s\n"));
-  EXPECT_EQ(first.size(), both.find("t=3s\n"));
-  EXPECT_EQ(first, both.substr(0, first.size()));
-  EXPECT_EQ(4u, Lines(first)) << first;  // time, heading, the port, the project
-  EXPECT_NE(std::string::npos, both.find("Port A")) << both;
-  EXPECT_NE(std::string::npos, first.find("project")) << first;
-  EXPECT_EQ(std::string::npos, both.find('\x1b'));
-}
-
-TEST_F(ResultsTablesTest, LiveTableOnATerminalRedrawsOverTheLinesItDrewLast) {
-  std::ostringstream out;
-  LiveTable table(out, true, false);
-  table.Show({}, 0);
-  const std::string first = out.str();
-  EXPECT_EQ(0u, first.find("t=0s\n"));
-  table.Show(Records(), 1000);
-  const std::string second = out.str().substr(first.size());
-  EXPECT_EQ(0u, second.find("\x1b[" + std::to_string(Lines(first)) + "A\r\x1b[J")) << second;
-  const std::size_t drawn = Lines(second);
-  table.Show(Records(), 2000);
-  const std::string third = out.str().substr(first.size() + second.size());
-  EXPECT_EQ(0u, third.find("\x1b[" + std::to_string(drawn) + "A\r\x1b[J")) << third;
+  const std::vector<std::string> lines = LiveTableLines(withLineBreak, 3200, false);
+  ASSERT_EQ(4u, lines.size()) << "time, heading, the port, the project";
+  EXPECT_EQ("t=3s", lines[0]);
+  EXPECT_NE(std::string::npos, lines[2].find("Port A")) << lines[2];
+  EXPECT_NE(std::string::npos, lines[3].find("project")) << lines[3];
+  for (const std::string& line : lines) EXPECT_EQ(std::string::npos, line.find_first_of("\n\x1b")) << line;
 }
 
 TEST_F(ResultsTablesTest, ColourMarksTheHeaderAndNonZeroErrorsOnly) {
-  std::ostringstream out;
-  LiveTable table(out, true, true);
   std::vector<ResultRecord> records = Records();
   records[0].level = ResultLevel::Port;  // a second port, without errors
   records[0].owner = "Port B";
-  table.Show(records, 0);
-  const std::string text = out.str();
+  std::string text;
+  for (const std::string& line : LiveTableLines(records, 0, true)) text += line + "\n";
   EXPECT_NE(std::string::npos, text.find("\x1b[1mport")) << text;
   // Bold and red, each with its reset: Port B has no errors, so nothing else is coloured.
   EXPECT_EQ(4, std::count(text.begin(), text.end(), '\x1b')) << text;

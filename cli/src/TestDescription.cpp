@@ -280,7 +280,7 @@ class DescriptionReader {
     std::optional<MapFields> fields = MapFields::Open(node, "test", {"duration", "display_interval"}, m_errors);
     if (!fields) return settings;
     settings.durationSeconds =
-        static_cast<std::uint32_t>(fields->RequiredDurationMs("duration", kU32Max * 1000).value_or(0) / 1000);
+        static_cast<std::uint32_t>(fields->RequiredDurationMs("duration", kU32Max * 1000, /*wholeSeconds=*/true).value_or(0) / 1000);
     if (const std::optional<std::uint64_t> interval = fields->OptionalDurationMs("display_interval", kU32Max)) {
       settings.displayIntervalMs = static_cast<std::uint32_t>(*interval);
     }

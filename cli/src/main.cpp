@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "Agent.h"
-#include "Demo.h"
+#include "ExitCodes.h"
+#include "LearnCommand.h"
+#include "RunCommand.h"
 #include "port/targets/TargetEntry.h"
 
 namespace {
@@ -25,11 +27,43 @@ int main(int argc, char** argv) {
   CLI::App app{"storageio: storage I/O tests through the host and the storage I/O plug-in"};
   app.require_subcommand(1);
 
-  storageio_cli::DemoOptions demo;
-  demo.pluginPath = STORAGEIO_DEFAULT_PLUGIN;
-  CLI::App* demoCommand = app.add_subcommand("demo", "Run a short storage test end to end on two embedded ports");
-  demoCommand->add_option("--plugin", demo.pluginPath, "The plug-in library to load")->capture_default_str();
-  demoCommand->add_option("--duration", demo.durationSeconds, "Seconds of recorded I/O")->capture_default_str();
+  const std::string pluginHelp = "The plug-in library to load";
+  const std::string connectHelp = "Seconds to wait for every port to answer (and, on Ctrl-C, for them to stop)";
+
+  storageio_cli::RunOptions run;
+  run.pluginPath = STORAGEIO_DEFAULT_PLUGIN;
+  CLI::App* runCommand = app.add_subcommand(
+      "run", "Run the storage test of a description: learn, apply, start, follow it to its end, show and export the "
+             "results. Exit codes: 0 completed, 1 failed or a port lost, 2 bad description or refused configuration, "
+             "130 stopped by the user");
+  runCommand->add_option("description", run.descriptionPath, "The test description (YAML)")->required();
+  runCommand->add_option("--json", run.jsonFile, "Write the results and their series to this JSON file");
+  runCommand->add_option("--csv", run.csvFile, "Write one row per result object to this CSV file");
+  runCommand->add_flag("--quiet", run.quiet, "Show no progress and no live table, only the results");
+  bool noColor = false;
+  runCommand->add_flag("--no-color", noColor, "No colour, even on a terminal");
+  runCommand->add_option("--connect-timeout", run.connectTimeoutS, connectHelp)
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  runCommand->add_flag("--fail-on-errors", run.failOnErrors, "Exit 1 when a completed test saw I/O errors");
+  runCommand->add_option("--plugin", run.pluginPath, pluginHelp)->capture_default_str();
+
+  storageio_cli::LearnOptions learn;
+  learn.pluginPath = STORAGEIO_DEFAULT_PLUGIN;
+  CLI::App* learnCommand =
+      app.add_subcommand("learn", "Show the targets each port of a description reports: name, type, sector size, size");
+  learnCommand->add_option("description", learn.descriptionPath, "The test description (YAML)")->required();
+  learnCommand->add_option("--connect-timeout", learn.connectTimeoutS, connectHelp)
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  learnCommand->add_option("--plugin", learn.pluginPath, pluginHelp)->capture_default_str();
+
+  std::string checkPath;
+  std::string checkPlugin = STORAGEIO_DEFAULT_PLUGIN;
+  CLI::App* checkCommand = app.add_subcommand(
+      "check", "Check a description and the project it makes, as the plug-in validates it, without reaching any port");
+  checkCommand->add_option("description", checkPath, "The test description (YAML)")->required();
+  checkCommand->add_option("--plugin", checkPlugin, pluginHelp)->capture_default_str();
 
   storageio_port::AgentOptions agent;
   std::vector<std::string> targets;
@@ -60,19 +94,22 @@ int main(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
-    if (*demoCommand) return storageio_cli::RunDemo(demo, std::cout);
+    run.color = !noColor;
+    if (*runCommand) return storageio_cli::RunTest(run, std::cout, std::cerr);
+    if (*learnCommand) return storageio_cli::LearnPorts(learn, std::cout, std::cerr);
+    if (*checkCommand) return storageio_cli::CheckDescription(checkPath, checkPlugin, std::cout, std::cerr);
     if (*keygenCommand) return storageio_cli::WriteAgentKeys(keyFile, std::cout);
     agent.engine = engine == "model" ? storageio_port::AgentOptions::Engine::Model
                                      : storageio_port::AgentOptions::Engine::IoUring;
     agent.targets = ParseTargets(targets);
     return storageio_cli::RunAgent(agent, std::cout);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? 0 : 2;
+    return app.exit(e) == 0 ? 0 : storageio_cli::kExitRefused;
   } catch (const std::invalid_argument& e) {
     std::cerr << "storageio: " << e.what() << "\n";
-    return 2;
+    return storageio_cli::kExitRefused;
   } catch (const std::exception& e) {
     std::cerr << "storageio: " << e.what() << "\n";
-    return 1;
+    return storageio_cli::kExitFailed;
   }
 }
