@@ -105,6 +105,19 @@ TEST_F(StorageCliTest, ALostAgentFailsTheRunAndItsResultsAreKeptAsDeleted) {
   EXPECT_THAT(json, HasSubstr("\"deleted\": true"));
 }
 
+TEST_F(StorageCliTest, ATargetTheAgentDoesNotReportIsRefusedWithWhatItReports) {
+  AgentProcess agent({"--engine", "model", "--target", "disk0:1GiB"}, Path("agent.log"));
+  const std::string description = Write("agent.yaml",
+                                        "ports:\n"
+                                        "  - {name: remote, agent: {endpoint: '" + agent.Endpoint() + "'}}\n"
+                                        "workers:\n"
+                                        "  - {name: w, port: remote, targets: [disk9]}\n"
+                                        "test: {duration: 5s}\n");
+  CliProcess run({"run", description}, Path("err.txt"));
+  EXPECT_EQ(2, run.WaitForExit(20000)) << run.Output();
+  EXPECT_THAT(run.Errors(), HasSubstr("worker w: port remote reports no target disk9; it reports disk0"));
+}
+
 TEST_F(StorageCliTest, ABadDescriptionIsRefusedWithEveryErrorAndItsPlace) {
   const std::string description = Write("bad.yaml",
                                         "ports:\n"
