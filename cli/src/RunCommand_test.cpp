@@ -132,11 +132,12 @@ TEST_F(RunCommandTest, ACompletedRunExportsExactlyWhatTheResultObjectsHold) {
     ASSERT_NE(exported, json["results"].end()) << result->GetClassName();
     EXPECT_FALSE((*exported)["deleted"].get<bool>());
     for (const kel::framework::PropertyDesc& property : properties) {
-      const nlohmann::json& value = (*exported)["values"][property.name];
       if (property.type == kel::framework::PropertyType::U64) {
-        EXPECT_EQ(result->GetU64(property.id), value.get<std::uint64_t>()) << property.name;
+        EXPECT_EQ(result->GetU64(property.id), exported->at("values").at(property.name).get<std::uint64_t>())
+            << property.name;
       } else if (property.type == kel::framework::PropertyType::Double) {
-        EXPECT_EQ(result->GetDouble(property.id), value.get<double>()) << property.name;
+        EXPECT_EQ(result->GetDouble(property.id), exported->at("values").at(property.name).get<double>())
+            << property.name;
       }
     }
   }
