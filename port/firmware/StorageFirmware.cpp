@@ -2,6 +2,8 @@
 
 #include <set>
 #include <stdexcept>
+#include <type_traits>
+#include <vector>
 
 #include "port/firmware/Units.h"
 #include "port/targets/TargetFile.h"
@@ -31,21 +33,6 @@ void BuildFailureReply(const std::string& requestName, Message* reply) {
   reply->set_request_name(requestName);
 }
 
-// Requests repeat; a map of a handle to its record keeps the latest.
-template <class Record, class HandleOf>
-void Keep(std::map<unsigned, Record>& kept, const std::vector<Record>& records, HandleOf handleOf) {
-  for (const Record& record : records) kept[handleOf(record)] = record;
-}
-
-template <class Record>
-void Forget(std::map<unsigned, Record>& kept, const std::vector<unsigned>& handles) {
-  if (handles.empty()) {
-    kept.clear();
-    return;
-  }
-  for (unsigned handle : handles) kept.erase(handle);
-}
-
 }  // namespace
 
 StorageFirmware::StorageFirmware(FirmwareConfig config, std::unique_ptr<IoEngineFactory> engines,
@@ -71,12 +58,24 @@ StorageFirmware::~StorageFirmware() { EndRun(); }
 const std::map<std::string, StorageFirmware::Handler>& StorageFirmware::Handlers() {
   static const std::map<std::string, Handler> handlers = {
       {"BST_1.Echo", &StorageFirmware::OnEcho},
-      {"BST_1.AddAccessSpecs", &StorageFirmware::OnAddAccessSpecs},
-      {"BST_1.UpdateAccessSpecs", &StorageFirmware::OnUpdateAccessSpecs},
-      {"BST_1.DeleteAccessSpecs", &StorageFirmware::OnDeleteAccessSpecs},
-      {"BST_1.AddWorkers", &StorageFirmware::OnAddWorkers},
-      {"BST_1.UpdateWorkers", &StorageFirmware::OnUpdateWorkers},
-      {"BST_1.DeleteWorkers", &StorageFirmware::OnDeleteWorkers},
+      {"BST_1.AddAccessSpecs",
+       &StorageFirmware::OnKeep<&StorageFirmware::m_accessSpecs, BST_1_port::parse_req_AddAccessSpecs,
+                                &BST_1_bll::AccessSpec_s::profileHandle, BST_1_port::create_resp_AddAccessSpecs>},
+      {"BST_1.UpdateAccessSpecs",
+       &StorageFirmware::OnKeep<&StorageFirmware::m_accessSpecs, BST_1_port::parse_req_UpdateAccessSpecs,
+                                &BST_1_bll::AccessSpec_s::profileHandle, BST_1_port::create_resp_UpdateAccessSpecs>},
+      {"BST_1.DeleteAccessSpecs",
+       &StorageFirmware::OnForget<&StorageFirmware::m_accessSpecs, BST_1_port::parse_req_DeleteAccessSpecs,
+                                  BST_1_port::create_resp_DeleteAccessSpecs>},
+      {"BST_1.AddWorkers",
+       &StorageFirmware::OnKeep<&StorageFirmware::m_workers, BST_1_port::parse_req_AddWorkers,
+                                &BST_1_bll::WorkerConfig_s::handle, BST_1_port::create_resp_AddWorkers>},
+      {"BST_1.UpdateWorkers",
+       &StorageFirmware::OnKeep<&StorageFirmware::m_workers, BST_1_port::parse_req_UpdateWorkers,
+                                &BST_1_bll::WorkerConfig_s::handle, BST_1_port::create_resp_UpdateWorkers>},
+      {"BST_1.DeleteWorkers",
+       &StorageFirmware::OnForget<&StorageFirmware::m_workers, BST_1_port::parse_req_DeleteWorkers,
+                                  BST_1_port::create_resp_DeleteWorkers>},
       {"BST_1.LearnTargets", &StorageFirmware::OnLearnTargets},
       {"BST_1.RegisterTestStatusNotify", &StorageFirmware::OnRegisterTestStatusNotify},
       {"BST_1.DeregisterTestStatusNotify", &StorageFirmware::OnDeregisterTestStatusNotify},
@@ -157,57 +156,28 @@ void StorageFirmware::OnEcho(std::uint64_t id, const Message& request) {
   Reply(id, reply);
 }
 
-void StorageFirmware::OnAddAccessSpecs(std::uint64_t id, const Message& request) {
-  std::vector<BST_1_bll::AccessSpec_s> specs;
-  BST_1_port::parse_req_AddAccessSpecs(&request, &specs);
-  Keep(m_accessSpecs, specs, [](const BST_1_bll::AccessSpec_s& spec) { return spec.profileHandle; });
+// Requests repeat, so a map of a handle to its record keeps the latest, and an update of an
+// unknown handle acts as an add.
+template <auto Kept, auto Parse, auto HandleOf, auto Answer>
+void StorageFirmware::OnKeep(std::uint64_t id, const Message& request) {
+  using Record = typename std::remove_reference_t<decltype(this->*Kept)>::mapped_type;
+  std::vector<Record> records;
+  Parse(&request, &records);
+  for (const Record& record : records) (this->*Kept)[record.*HandleOf] = record;
   Message reply;
-  BST_1_port::create_resp_AddAccessSpecs(&reply, StatusCode_t::Success);
+  Answer(&reply, StatusCode_t::Success);
   Reply(id, reply);
 }
 
-void StorageFirmware::OnUpdateAccessSpecs(std::uint64_t id, const Message& request) {
-  std::vector<BST_1_bll::AccessSpec_s> specs;
-  BST_1_port::parse_req_UpdateAccessSpecs(&request, &specs);
-  Keep(m_accessSpecs, specs, [](const BST_1_bll::AccessSpec_s& spec) { return spec.profileHandle; });
-  Message reply;
-  BST_1_port::create_resp_UpdateAccessSpecs(&reply, StatusCode_t::Success);
-  Reply(id, reply);
-}
-
-void StorageFirmware::OnDeleteAccessSpecs(std::uint64_t id, const Message& request) {
+// Deleting an unknown handle succeeds; a delete that names no handle forgets every record.
+template <auto Kept, auto Parse, auto Answer>
+void StorageFirmware::OnForget(std::uint64_t id, const Message& request) {
   std::vector<unsigned> handles;
-  BST_1_port::parse_req_DeleteAccessSpecs(&request, &handles);
-  Forget(m_accessSpecs, handles);
+  Parse(&request, &handles);
+  if (handles.empty()) (this->*Kept).clear();
+  for (unsigned handle : handles) (this->*Kept).erase(handle);
   Message reply;
-  BST_1_port::create_resp_DeleteAccessSpecs(&reply, StatusCode_t::Success);
-  Reply(id, reply);
-}
-
-void StorageFirmware::OnAddWorkers(std::uint64_t id, const Message& request) {
-  std::vector<BST_1_bll::WorkerConfig_s> workers;
-  BST_1_port::parse_req_AddWorkers(&request, &workers);
-  Keep(m_workers, workers, [](const BST_1_bll::WorkerConfig_s& worker) { return worker.handle; });
-  Message reply;
-  BST_1_port::create_resp_AddWorkers(&reply, StatusCode_t::Success);
-  Reply(id, reply);
-}
-
-void StorageFirmware::OnUpdateWorkers(std::uint64_t id, const Message& request) {
-  std::vector<BST_1_bll::WorkerConfig_s> workers;
-  BST_1_port::parse_req_UpdateWorkers(&request, &workers);
-  Keep(m_workers, workers, [](const BST_1_bll::WorkerConfig_s& worker) { return worker.handle; });
-  Message reply;
-  BST_1_port::create_resp_UpdateWorkers(&reply, StatusCode_t::Success);
-  Reply(id, reply);
-}
-
-void StorageFirmware::OnDeleteWorkers(std::uint64_t id, const Message& request) {
-  std::vector<unsigned> handles;
-  BST_1_port::parse_req_DeleteWorkers(&request, &handles);
-  Forget(m_workers, handles);
-  Message reply;
-  BST_1_port::create_resp_DeleteWorkers(&reply, StatusCode_t::Success);
+  Answer(&reply, StatusCode_t::Success);
   Reply(id, reply);
 }
 

@@ -116,12 +116,13 @@ class StorageFirmware {
   void Reply(std::uint64_t id, const Message& reply);
 
   void OnEcho(std::uint64_t id, const Message& request);
-  void OnAddAccessSpecs(std::uint64_t id, const Message& request);
-  void OnUpdateAccessSpecs(std::uint64_t id, const Message& request);
-  void OnDeleteAccessSpecs(std::uint64_t id, const Message& request);
-  void OnAddWorkers(std::uint64_t id, const Message& request);
-  void OnUpdateWorkers(std::uint64_t id, const Message& request);
-  void OnDeleteWorkers(std::uint64_t id, const Message& request);
+  // Add and update of access specs and workers: parse the records, keep each under its handle,
+  // answer Success with `Answer`.
+  template <auto Kept, auto Parse, auto HandleOf, auto Answer>
+  void OnKeep(std::uint64_t id, const Message& request);
+  // Their delete: forget the handles parsed, answer Success with `Answer`.
+  template <auto Kept, auto Parse, auto Answer>
+  void OnForget(std::uint64_t id, const Message& request);
   void OnLearnTargets(std::uint64_t id, const Message& request);
   void OnRegisterTestStatusNotify(std::uint64_t id, const Message& request);
   void OnDeregisterTestStatusNotify(std::uint64_t id, const Message& request);
