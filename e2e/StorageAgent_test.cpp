@@ -211,7 +211,7 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
   if (child == 0) {
     storageio_port::RegisterZmqTransport();
     auto lost = StartAgent("A1");
-    const auto kept = StartAgent("A2");
+    auto kept = StartAgent("A2");
     CScriptable& lostWorker = MakeWorkerOnNewPort("A1", lost->Endpoint());
     CScriptable& keptWorker = MakeWorkerOnNewPort("A2", kept->Endpoint());
     kel::core::CPort& lostPort = PortOf(lostWorker);
@@ -224,13 +224,13 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
     At(8000, [&] {
       EXPECT_FALSE(lostPort.IsOnline());
       EXPECT_TRUE(LearnedTargetsOf(lostWorker).empty());
-      const std::string kept = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
+      const std::string keptCount = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
       MakeCommand("StorageStopWorkerCommand").Execute(false);
       EXPECT_EQ(Count(kStopUserLog, "StorageStartWorkerCommand: Received error response trying to send message to port "
                                 "A1.Skipping the port."), 1);
       EXPECT_EQ(Count(kUserLog, kTestCompleted), 0);
-      EXPECT_EQ(Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount"), kept);
-      EXPECT_NE(kept, "0");
+      EXPECT_EQ(Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount"), keptCount);
+      EXPECT_NE(keptCount, "0");
 
       const std::string endpoint = lost->Endpoint();
       lost.reset();  // killed
@@ -239,12 +239,16 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
       MakeCommand("StorageStopWorkerCommand").Execute(false);
       EXPECT_EQ(Count(kUserLog, kTestCompleted), 1);
       std::fflush(stdout);
+      // _Exit runs no destructors: both agents go here, or they outlive the test.
       lost.reset();
+      kept.reset();
       std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
     });
     MakeStart({&lostWorker, &keptWorker}, 60, true).Execute(false);
     ADD_FAILURE() << "the start command returned before the checks ran";
     std::fflush(stdout);
+    lost.reset();
+    kept.reset();
     std::_Exit(1);
   }
   int status = -1;
