@@ -234,12 +234,15 @@ class CScriptable {
     std::size_t FindOfClass(ClassId classId, std::size_t from = 0) const;
   };
 
+  // Kept in ScriptableRelations.cpp, with the public relation methods.
   RelationSlot* FindSlot(RelationType type);
   const RelationSlot* FindSlot(RelationType type) const;
   RelationSlot& Slot(RelationType type);
   void Link(CScriptable& other, RelationType type);
   void Unlink(CScriptable& other, RelationType type);
   void DetachAll();
+  // Empties every relation's added and removed lists: part of a commit.
+  void ClearRelationChanges();
   void CollectTracked(const std::vector<Handle>& handles, ScriptableVec& out, ClassId classId) const;
   // Slot of a property of the given type; throws CKelLogicError for another id or type.
   int CheckedIndex(PropId id, PropertyType type) const;
