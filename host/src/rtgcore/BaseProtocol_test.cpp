@@ -20,6 +20,50 @@ class RecordingProtocol : public CBaseProtocol {
   void ProcessOfflinePort(CPort* port) override { calls.push_back("offline " + port->GetName()); }
   void DeleteAllProtocolObjects(CPort& port) override { calls.push_back("delete all on " + port.GetName()); }
 
+  // The apply cycle's hooks record their call and keep the base's work.
+  void ResetAllInternalParams() override {
+    calls.push_back("reset");
+    CBaseProtocol::ResetAllInternalParams();
+  }
+  void BuildDeleteObjectMap(const CPort& port, CScriptable* config) override {
+    calls.push_back("cache deleted on " + port.GetName());
+    CBaseProtocol::BuildDeleteObjectMap(port, config);
+  }
+  void BuildAddModifyObjectMap(const CPort& port, CScriptable* config) override {
+    calls.push_back("cache on " + port.GetName());
+    CBaseProtocol::BuildAddModifyObjectMap(port, config);
+  }
+  void DoValidateInterfaceSetup(ValidationContext&, const CPort& port) override {
+    calls.push_back("validate interfaces of " + port.GetName());
+  }
+  void DoValidatePortGroup(ValidationContext&, const CPort& port) override {
+    calls.push_back("validate group of " + port.GetName());
+  }
+  void ValidateActivePortPhy(ValidationContext&, const CPort& port) override {
+    calls.push_back("validate link of " + port.GetName());
+  }
+  void DoValidatePort(ValidationContext&, const CPort& port) override { calls.push_back("validate " + port.GetName()); }
+  void DoValidateProject(ValidationContext&) override { calls.push_back("validate project"); }
+  void ProcessGlobalConfigs() override { calls.push_back("globals"); }
+  void BuildAndSendDeleteMsg(CPort& port) override { calls.push_back("send deletes to " + port.GetName()); }
+  void PostProcessDeletesPerPort(CPort& port) override { calls.push_back("after deletes to " + port.GetName()); }
+  void BuildAndSendAddModifyMsg(ObjType kind, CPort& port) override {
+    calls.push_back(std::string(kind == OBJ_CREATED ? "send adds" : "send modifications") + " to " + port.GetName());
+  }
+  void PostProcessCreatesPerPort(CPort& port) override { calls.push_back("after adds to " + port.GetName()); }
+  void PostProcessUpdatesPerPort(CPort& port) override { calls.push_back("after modifications to " + port.GetName()); }
+  void PostProcessAfterCategory() override { calls.push_back("after every port"); }
+  void PostApplyProcessing() override { calls.push_back("after apply"); }
+
+  // One apply as the apply command runs it, deleted objects destroyed at the end.
+  void Apply() {
+    ValidationContext ctx;
+    PrepareApply(ctx);
+    SendApply();
+    CommitApply(CScriptable::PendingDeletedObjects());
+    CScriptable::DestroyDeletedObjects();
+  }
+
   std::vector<std::string> calls;
 };
 
@@ -124,6 +168,48 @@ TEST_F(BaseProtocolTest, PortStatusChangesReachTheirHooks) {
   protocol.OnPortStatusChange(port, false);
   protocol.OnPortStatusChange(port, true);
   EXPECT_EQ(protocol.calls, (std::vector<std::string>{"offline p", "delete all on p"}));
+}
+
+TEST_F(BaseProtocolTest, AnApplyCallsItsHooksPortByPortInCycleOrder) {
+  CPort& a = MakePort("a");
+  CPort& b = MakePort("b");
+  CScriptable& leaving = MakeConfig(&a);
+  MakeConfig(&b);
+  protocol.Apply();
+  leaving.MarkDelete();
+  protocol.calls.clear();
+
+  protocol.Apply();
+
+  EXPECT_EQ(protocol.calls, (std::vector<std::string>{
+                                "reset",
+                                "cache deleted on a",
+                                "cache on b",
+                                "validate interfaces of a",
+                                "validate group of a",
+                                "validate link of a",
+                                "validate a",
+                                "validate interfaces of b",
+                                "validate group of b",
+                                "validate link of b",
+                                "validate b",
+                                "validate project",
+                                "globals",
+                                "send deletes to a",
+                                "after deletes to a",
+                                "send adds to a",
+                                "after adds to a",
+                                "send modifications to a",
+                                "after modifications to a",
+                                "send deletes to b",
+                                "after deletes to b",
+                                "send adds to b",
+                                "after adds to b",
+                                "send modifications to b",
+                                "after modifications to b",
+                                "after every port",
+                                "after apply",
+                            }));
 }
 
 }  // namespace

@@ -3,9 +3,9 @@
 //
 // The host's apply runs, for every registered protocol: clear the cache and the dirty vector;
 // per port in handle order, cache the port's deleted configurations as deleted and hand every
-// other one to BuildAddModifyObjectMap; validate every port (DoValidatePort), then the project
-// (DoValidateProject); ProcessGlobalConfigs; per port BuildAndSendDeleteMsg, then
-// BuildAndSendAddModifyMsg for added and for modified objects; finally commit the dirty vector.
+// other one to BuildAddModifyObjectMap; validate every port, then the project; cache the global
+// configurations; per port send deletes, then adds, then modifications; finally commit the dirty
+// vector. The class lists the hooks it calls on the way in that order.
 //
 // Configurations new to a port (a device moved to it, or the port came back empty after being
 // offline) are handed over as Modified even when they are Clean, so that they reach the port.
@@ -78,34 +78,79 @@ class CBaseProtocol : public core::CProtocol {
   void GetManagedProtocolConfig(std::vector<unsigned>& handles) override;
   const std::string& GetMsgSetName() const override { return m_msgSetName; }
 
-  // ---- Hooks of the apply cycle, validation and port tracking ----
-  // Caches configurations that belong to no port (profiles, say); nothing by default.
-  virtual void ProcessGlobalConfigs() {}
+  // ---- Hooks of the apply cycle, in the order the cycle calls them ----
+  // PrepareApply, for every protocol:
+  // Called when an apply starts, before anything is cached: forgets the cache and the dirty vector.
+  virtual void ResetAllInternalParams();
+  // Called when the apply gathers a port's configurations, for each port in handle order (and
+  // again by CommitApply, to remember what each port holds). The base: the managed configurations
+  // on the port (children of the port's devices), deleted ones excluded.
+  virtual void GetProtocolConfigs(const CPort& port, ScriptableVec& configs) const;
+  // Called when a configuration the port held at the last committed apply is no longer among its
+  // configurations: caches it as deleted on that port.
+  virtual void BuildDeleteObjectMap(const CPort& port, CScriptable* config);
+  // Called when the port's deleted configurations are cached, once for each of its configurations:
+  // caches one changed configuration of a port by its state (Created, Modified, Clean) when it is
+  // active.
+  virtual void BuildAddModifyObjectMap(const CPort& port, CScriptable* config);
+  // Called when the base BuildAddModifyObjectMap weighs a configuration: active, and not below an
+  // inactive device.
+  virtual bool IsProtocolConfigActive(const CScriptable& config) const;
+  // Called when every port's configurations are cached and a port's validation begins, for each
+  // port in handle order, with the port as the object under validation; nothing by default.
   virtual void DoValidateInterfaceSetup(ValidationContext& ctx, const CPort& port);
+  // Called when DoValidateInterfaceSetup returns, for the same port; nothing by default.
+  virtual void DoValidatePortGroup(ValidationContext& ctx, const CPort& port);
+  // Called when DoValidatePortGroup returns: warns about an offline port, whose configuration
+  // waits until the port is back.
+  virtual void ValidateActivePortPhy(ValidationContext& ctx, const CPort& port);
+  // Called when ValidateActivePortPhy returns, last for the port; nothing by default.
+  virtual void DoValidatePort(ValidationContext& ctx, const CPort& port);
+  // Called when every port is validated, with the project as the object under validation; nothing
+  // by default.
+  virtual void DoValidateProject(ValidationContext& ctx);
+  // SendApply, for every protocol, once no protocol's validation found an error and the apply is
+  // not validate-only:
+  // Called when sending begins, before any port: caches configurations that belong to no port
+  // (profiles, say); nothing by default.
+  virtual void ProcessGlobalConfigs() {}
+  // Called when a port's turn to send comes, for each port in handle order: sends its deletes.
+  virtual void BuildAndSendDeleteMsg(CPort& port);
+  // Called when BuildAndSendDeleteMsg returns; nothing by default.
+  virtual void PostProcessDeletesPerPort(CPort&) {}
+  // Called when PostProcessDeletesPerPort returns, with OBJ_CREATED (the port's adds), and again
+  // when PostProcessCreatesPerPort returns, with OBJ_MODIFIED (its modifications): sends the
+  // port's cached objects of that kind.
+  virtual void BuildAndSendAddModifyMsg(ObjType kind, CPort& port);
+  // Called when the port's adds are sent; nothing by default.
+  virtual void PostProcessCreatesPerPort(CPort&) {}
+  // Called when the port's modifications are sent, last for the port; nothing by default.
+  virtual void PostProcessUpdatesPerPort(CPort&) {}
+  // Called when every port has sent; nothing by default.
+  virtual void PostProcessAfterCategory() {}
+  // Called when PostProcessAfterCategory returns: the last hook before the commit, which calls
+  // none but GetProtocolConfigs; nothing by default.
+  virtual void PostApplyProcessing() {}
+
+  // ---- Hooks of port tracking ----
+  // Called when a port goes offline or comes back online (CPortChannels). Offline:
+  // ProcessOfflinePort. Back online: DeleteAllProtocolObjects, so that the port starts from
+  // nothing before the next apply.
+  void OnPortStatusChange(CPort& port, bool online) override;
+  // Called when a port goes offline; nothing by default.
+  virtual void ProcessOfflinePort(CPort* port);
+  // Called when a port comes back online, before anything else is sent to it; nothing by default.
+  virtual void DeleteAllProtocolObjects(CPort& port);
+
+  // ---- Hooks this host never calls ----
+  // They stay part of a protocol's interface: a derived protocol may override them or call them
+  // itself, but nothing in the host does.
   virtual void UpdateStartStopEstablishCommandStatus() {}
   virtual void UpdateProtocolSpecificCommandStatus() {}
   virtual void UpdateCfgVecUsingCmdParams(ScriptableVec& configs, const std::vector<unsigned>& params);
   virtual bool IsRCMCheckRequired() const { return false; }
   virtual void SetRelevantIfHandles(const CPort& port, const ScriptableVec& interfaces, CScriptable* config) const;
   virtual void MarkResultSubscriptionsDirty() {}
-  virtual void DoValidatePort(ValidationContext& ctx, const CPort& port);
-  virtual void DoValidateProject(ValidationContext& ctx);
-  virtual void DoValidatePortGroup(ValidationContext& ctx, const CPort& port);
-  // Warns about an offline port: its configuration waits until the port is back.
-  virtual void ValidateActivePortPhy(ValidationContext& ctx, const CPort& port);
-  virtual void ProcessOfflinePort(CPort* port);
-  virtual void DeleteAllProtocolObjects(CPort& port);
-  // Forgets the cache and the dirty vector.
-  virtual void ResetAllInternalParams();
-  // Caches one changed configuration of a port: by its state (Created, Modified, Clean) when it
-  // is active.
-  virtual void BuildAddModifyObjectMap(const CPort& port, CScriptable* config);
-  virtual void BuildAndSendAddModifyMsg(ObjType kind, CPort& port);
-  virtual void BuildAndSendDeleteMsg(CPort& port);
-  virtual void PostProcessDeletesPerPort(CPort&) {}
-  virtual void PostProcessCreatesPerPort(CPort&) {}
-  virtual void PostProcessUpdatesPerPort(CPort&) {}
-  virtual void PostProcessAfterCategory() {}
   virtual void SendDetachInterfaceMessage(CPort& port, const std::vector<unsigned>& interfaces);
   virtual void SendAttachInterfaceMessage(CPort& port, const std::vector<unsigned>& interfaces);
   virtual void ProcessStateSubscription() {}
@@ -114,21 +159,13 @@ class CBaseProtocol : public core::CProtocol {
   virtual void SetupEventLog() {}
   virtual core::CStateSubscriptionHandler* GetStateSubscriptionHandler() { return nullptr; }
   virtual core::CResultHandler* GetResultHandler() { return nullptr; }
-  // Offline: ProcessOfflinePort. Back online: DeleteAllProtocolObjects, so that the port starts
-  // from nothing before the next apply.
-  void OnPortStatusChange(CPort& port, bool online) override;
-  virtual void BuildDeleteObjectMap(const CPort& port, CScriptable* config);
-  virtual void PostApplyProcessing() {}
   virtual void ProcessInterfacesForExistingObjects(const CPort& port, CScriptable* config);
   virtual void ProcessInterfacesForNewConfigs(const CPort& port, CScriptable* config);
   virtual void ProcessInterfacesForDeletedObjects(const CPort& port, const CScriptable* config,
                                                   std::vector<unsigned>& interfaces);
+  // Appends the handles of the non-null interfaces.
   virtual void ConvertInterfaceToHnd(const ScriptableVec& interfaces, const CPort& port, const CScriptable* config,
                                      std::vector<unsigned>& handles);
-  // Active, and not below an inactive device.
-  virtual bool IsProtocolConfigActive(const CScriptable& config) const;
-  // The managed configurations on a port (children of the port's devices), deleted ones excluded.
-  virtual void GetProtocolConfigs(const CPort& port, ScriptableVec& configs) const;
   virtual bool IsProtocolStackResolved(const core::CProtocolConfig&) const { return true; }
   virtual void UpdateAdvertiseCommandStatus() {}
   // Builds the message of a common event for the given configurations; false when the protocol
