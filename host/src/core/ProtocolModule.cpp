@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "kel/framework/Exceptions.h"
-
 namespace kel {
 namespace core {
 
@@ -12,21 +10,12 @@ CProtocolModule& CProtocolModule::Instance() {
   return instance;
 }
 
-void CProtocolModule::RegisterProtocol(CProtocol* protocol) {
-  if (protocol == nullptr) throw framework::CKelLogicError("Cannot register a null protocol");
-  if (std::find(m_protocols.begin(), m_protocols.end(), protocol) != m_protocols.end()) return;
-  if (FindProtocol(protocol->GetName()) != nullptr) {
-    throw framework::CKelLogicError("A protocol named " + protocol->GetName() + " is already registered");
-  }
-  m_protocols.push_back(protocol);
-}
+void CProtocolModule::RegisterProtocol(CProtocol* protocol) { m_protocols.Register(protocol); }
 
-void CProtocolModule::UnregisterProtocol(CProtocol* protocol) {
-  m_protocols.erase(std::remove(m_protocols.begin(), m_protocols.end(), protocol), m_protocols.end());
-}
+void CProtocolModule::UnregisterProtocol(CProtocol* protocol) { m_protocols.Unregister(protocol); }
 
 std::vector<CProtocol*> CProtocolModule::GetProtocols() const {
-  std::vector<CProtocol*> ordered = m_protocols;
+  std::vector<CProtocol*> ordered = m_protocols.Entries();
   std::stable_sort(ordered.begin(), ordered.end(), [](const CProtocol* a, const CProtocol* b) {
     if (a->GetCategoryStartPriority() != b->GetCategoryStartPriority()) {
       return a->GetCategoryStartPriority() < b->GetCategoryStartPriority();
@@ -36,12 +25,7 @@ std::vector<CProtocol*> CProtocolModule::GetProtocols() const {
   return ordered;
 }
 
-CProtocol* CProtocolModule::FindProtocol(const std::string& name) const {
-  for (CProtocol* protocol : m_protocols) {
-    if (protocol->GetName() == name) return protocol;
-  }
-  return nullptr;
-}
+CProtocol* CProtocolModule::FindProtocol(const std::string& name) const { return m_protocols.Find(name); }
 
 }  // namespace core
 }  // namespace kel

@@ -20,30 +20,16 @@ CResultModule& CResultModule::Instance() {
 
 CResultModule::CResultModule() { framework::CScriptable::SetResultObserver(&CResultModule::OnResultChange); }
 
-void CResultModule::RegisterResultHandler(CResultHandler* handler, bool) {
-  if (handler == nullptr) throw framework::CKelLogicError("Cannot register a null result handler");
-  if (std::find(m_handlers.begin(), m_handlers.end(), handler) != m_handlers.end()) return;
-  if (FindResultHandler(handler->GetName()) != nullptr) {
-    throw framework::CKelLogicError("A result handler named " + handler->GetName() + " is already registered");
-  }
-  m_handlers.push_back(handler);
-}
+void CResultModule::RegisterResultHandler(CResultHandler* handler, bool) { m_handlers.Register(handler); }
 
-void CResultModule::UnregisterResultHandler(CResultHandler* handler) {
-  m_handlers.erase(std::remove(m_handlers.begin(), m_handlers.end(), handler), m_handlers.end());
-}
+void CResultModule::UnregisterResultHandler(CResultHandler* handler) { m_handlers.Unregister(handler); }
 
-std::vector<CResultHandler*> CResultModule::GetResultHandlers() const { return m_handlers; }
+std::vector<CResultHandler*> CResultModule::GetResultHandlers() const { return m_handlers.Entries(); }
 
-CResultHandler* CResultModule::FindResultHandler(const std::string& name) const {
-  for (CResultHandler* handler : m_handlers) {
-    if (handler->GetName() == name) return handler;
-  }
-  return nullptr;
-}
+CResultHandler* CResultModule::FindResultHandler(const std::string& name) const { return m_handlers.Find(name); }
 
 CResultHandler* CResultModule::HandlerFor(framework::ClassId resultClassId) const {
-  for (CResultHandler* handler : m_handlers) {
+  for (CResultHandler* handler : m_handlers.Entries()) {
     for (const ResultType& type : handler->GetResultTypeVector()) {
       if (type.resultClassId == resultClassId) return handler;
     }
@@ -70,8 +56,8 @@ void CResultModule::Subscribe(unsigned subscriptionId, const ResultSubscription&
 void CResultModule::Unsubscribe(unsigned subscriptionId) {
   const auto client = m_clients.find(subscriptionId);
   if (client != m_clients.end()) client->second.unsubscribed = true;
-  for (CResultHandler* handler : m_handlers) handler->HandleUnsubscribe(subscriptionId);
-  for (CResultHandler* handler : m_handlers) Publish(*handler);
+  for (CResultHandler* handler : m_handlers.Entries()) handler->HandleUnsubscribe(subscriptionId);
+  for (CResultHandler* handler : m_handlers.Entries()) Publish(*handler);
 }
 
 void CResultModule::NotifyObjects(unsigned subscriptionId, const std::vector<Handle>& objects) {
@@ -144,7 +130,7 @@ void CResultModule::PublishChanges() {
       if (client.watched.erase(handle) != 0 && client.told.erase(handle) != 0) client.pending.deleted.push_back(handle);
     }
   }
-  for (CResultHandler* handler : m_handlers) {
+  for (CResultHandler* handler : m_handlers.Entries()) {
     for (const ResultType& type : handler->GetResultTypeVector()) {
       if (m_changedClasses.count(type.resultClassId) != 0) {
         handler->UpdateSubscription();

@@ -3,8 +3,10 @@
 // from its registration entry point; the module does not own it (a protocol lives for the
 // process).
 
+#include <string>
 #include <vector>
 
+#include "kel/core/NamedRegistry.h"
 #include "kel/core/Protocol.h"
 
 namespace kel {
@@ -27,7 +29,7 @@ class CProtocolModule {
   CProtocol* FindProtocol(const std::string& name) const;
 
  private:
-  std::vector<CProtocol*> m_protocols;  // registration order
+  NamedRegistry<CProtocol> m_protocols{"protocol"};
 };
 
 }  // namespace core

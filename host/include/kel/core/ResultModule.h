@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "kel/core/NamedRegistry.h"
 #include "kel/core/ResultHandler.h"
 #include "kel/framework/Scriptable.h"
 #include "kel/framework/TaskManager.h"
@@ -78,7 +79,7 @@ class CResultModule {
   void DeliverPending();
   void PublishChanges();
 
-  std::vector<CResultHandler*> m_handlers;  // registration order
+  NamedRegistry<CResultHandler> m_handlers{"result handler"};
   std::map<unsigned, Client> m_clients;
   std::set<framework::ClassId> m_changedClasses;      // result classes touched this turn
   // Result objects changed and deleted this turn; appended as changes come (cheap on the hot path
