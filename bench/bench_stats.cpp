@@ -1,6 +1,6 @@
 // Statistics intake during a storage test: one "BST_1.TestResultsNotification" with the records of
-// 1,000 workers (100 devices on one port, ten workers each, spread over 10 profiles) and of their
-// 10,000 targets, handed to the protocol's StatsHandler: worker and target results written, then
+// 1,000 workers (on one port, each on an emulated device of its own as a real port is configured,
+// spread over 10 profiles) and of their 10,000 targets, handed to the protocol's StatsHandler: worker and target results written, then
 // rolled up into profile, port and project results. Speed is counted in records (11,000 per
 // notification); it must reach 1 million records per second on one core.
 //
@@ -35,8 +35,7 @@ using kel::framework::CScriptable;
 using kel::storageio::CStorageIOProtocol;
 using storageio_project::ProjectBuilder;
 
-constexpr int kDevices = 100;
-constexpr int kWorkersPerDevice = 10;
+constexpr int kWorkers = 1000;
 constexpr int kProfiles = 10;
 constexpr int kTargetsPerWorker = 10;
 
@@ -54,15 +53,6 @@ bst_1_bll::StorageBaseResults_s RecordFor(const CScriptable& object, unsigned lo
   return record;
 }
 
-// A further worker named `name` on `device`, using `profile`: more workers on one device than the
-// builder's layout has.
-CScriptable& AddWorkerOn(CScriptable& device, const std::string& name, CScriptable& profile) {
-  CScriptable& worker = ProjectBuilder::Make("StorageWorkerConfig", &device);
-  worker.Set("Name", name);
-  worker.SetObjects({&profile}, ProjectBuilder::Relation("UsesProfile"), true);
-  return worker;
-}
-
 // A fresh project as described above; returns two successive notifications of its port.
 std::vector<Message> BuildTest() {
   kel::framework::CKelSystem::Instance().ResetProject();
@@ -77,19 +67,10 @@ std::vector<Message> BuildTest() {
 
   std::vector<const CScriptable*> workers;
   std::vector<const CScriptable*> targets;
-  for (int d = 0; d < kDevices; ++d) {
-    CScriptable* device = nullptr;  // made with the device's first worker
-    for (int w = 0; w < kWorkersPerDevice; ++w) {
-      const std::string name = "Worker " + std::to_string(workers.size() + 1);
-      CScriptable& profile = *profiles[workers.size() % kProfiles];
-      CScriptable& worker =
-          device == nullptr ? ProjectBuilder::AddWorker(name, port, &profile) : AddWorkerOn(*device, name, profile);
-      device = worker.GetParent();
-      workers.push_back(&worker);
-      for (int t = 0; t < kTargetsPerWorker; ++t) {
-        targets.push_back(&ProjectBuilder::AddTarget(worker, PhysicalDrive(t)));
-      }
-    }
+  for (int w = 0; w < kWorkers; ++w) {
+    CScriptable& worker = ProjectBuilder::AddWorker("Worker " + std::to_string(w + 1), port, profiles[w % kProfiles]);
+    workers.push_back(&worker);
+    for (int t = 0; t < kTargetsPerWorker; ++t) targets.push_back(&ProjectBuilder::AddTarget(worker, PhysicalDrive(t)));
   }
   std::vector<Message> notifications(2);
   for (unsigned long round = 0; round < notifications.size(); ++round) {
@@ -115,7 +96,7 @@ void BM_StatsHandler(benchmark::State& state) {
   protocol.StatsHandler(0, &notifications[1], nullptr);
   tasks.RunUntilIdle();
 
-  const std::int64_t records = kDevices * kWorkersPerDevice * (1 + kTargetsPerWorker);
+  const std::int64_t records = kWorkers * (1 + kTargetsPerWorker);
   std::size_t next = 0;
   for (auto _ : state) {
     protocol.StatsHandler(0, &notifications[next], nullptr);
