@@ -224,12 +224,12 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
     At(8000, [&] {
       EXPECT_FALSE(lostPort.IsOnline());
       EXPECT_TRUE(LearnedTargetsOf(lostWorker).empty());
-      const std::string keptCount = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
       MakeCommand("StorageStopWorkerCommand").Execute(false);
       EXPECT_EQ(Count(kStopUserLog, "StorageStartWorkerCommand: Received error response trying to send message to port "
                                 "A1.Skipping the port."), 1);
       EXPECT_EQ(Count(kUserLog, kTestCompleted), 0);
-      EXPECT_EQ(Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount"), keptCount);
+      // Figures still in flight during the stop may land; after it the kept port's stay as they are.
+      const std::string keptCount = Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount");
       EXPECT_NE(keptCount, "0");
 
       const std::string endpoint = lost->Endpoint();
@@ -238,6 +238,7 @@ TEST_F(StorageAgentTest, ALostAgentGoesOfflineAndTheTestEndsOnlyOnceItIsBackAndS
       EXPECT_TRUE(WaitOnline({&lostPort}, 5000));
       MakeCommand("StorageStopWorkerCommand").Execute(false);
       EXPECT_EQ(Count(kUserLog, kTestCompleted), 1);
+      EXPECT_EQ(Child(keptWorker, "StorageWorkerResults").Get("AllTransactionCount"), keptCount);
       std::fflush(stdout);
       // _Exit runs no destructors: both agents go here, or they outlive the test.
       lost.reset();

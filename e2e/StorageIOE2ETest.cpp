@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "kel/core/EmulatedDevice.h"
+#include "kel/core/HostReset.h"
 #include "kel/core/PortChannels.h"
 #include "kel/core/ResultModule.h"
 #include "kel/framework/CommandStatusManager.h"
@@ -23,10 +24,7 @@ void StorageIOE2ETest::SetUpTestSuite() {
 }
 
 void StorageIOE2ETest::SetUp() {
-  Loop().Reset();
-  Loop().SetClockMode(CTaskManager::ClockMode::Virtual);
-  kel::framework::CKelSystem::Instance().ResetProject();
-  kel::framework::CCommandStatusManager::Instance().Clear();
+  kel::core::ResetHost(CTaskManager::ClockMode::Virtual);
   storageio_port::RegisterInProcessTransport();
   kel::core::CPortChannels::Instance().RegisterTransport(
       "silent", [](kel::core::CPort&, const std::string& location) -> std::unique_ptr<kel::core::Messenger> {
@@ -43,11 +41,7 @@ void StorageIOE2ETest::TearDown() {
   m_subscriptions.clear();
   m_commands.clear();
   kel::framework::BLLLoggerFactory::GetInstance().RemoveSink(m_log);
-  kel::framework::CKelSystem::Instance().ResetProject();
-  kel::core::CPortChannels::Instance().Clear();
-  kel::framework::CCommandStatusManager::Instance().Clear();
-  Loop().Reset();
-  Loop().SetClockMode(CTaskManager::ClockMode::Real);
+  kel::core::ResetHost(CTaskManager::ClockMode::Real);
 }
 
 CScriptable& StorageIOE2ETest::MakeWorkerOnNewPort(const std::string& portName, const std::string& location) {

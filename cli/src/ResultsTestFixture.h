@@ -11,6 +11,7 @@
 
 #include "ResultFields.h"
 #include "ResultRecord.h"
+#include "kel/core/HostReset.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/MetaClass.h"
 #include "kel/framework/PluginLoader.h"
@@ -29,16 +30,8 @@ class ResultsTest : public ::testing::Test {
         kel::framework::CPluginLoader::Instance().Load(STORAGEIO_PLUGIN_PATH);
     ASSERT_EQ(0, plugin.registerResult);
   }
-  void SetUp() override {
-    Loop().Reset();
-    Loop().SetClockMode(kel::framework::CTaskManager::ClockMode::Virtual);
-    kel::framework::CKelSystem::Instance().ResetProject();
-  }
-  void TearDown() override {
-    kel::framework::CKelSystem::Instance().ResetProject();
-    Loop().Reset();
-    Loop().SetClockMode(kel::framework::CTaskManager::ClockMode::Real);
-  }
+  void SetUp() override { kel::core::ResetHost(kel::framework::CTaskManager::ClockMode::Virtual); }
+  void TearDown() override { kel::core::ResetHost(kel::framework::CTaskManager::ClockMode::Real); }
 
   static kel::framework::CTaskManager& Loop() { return kel::framework::CTaskManager::Instance(); }
   static CScriptable& Project() { return kel::framework::CProject::GetCurrentActiveInstance(); }

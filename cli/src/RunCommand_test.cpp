@@ -17,9 +17,7 @@
 #include "LearnCommand.h"
 #include "ProjectBuilder.h"
 #include "WorkerTargets.h"
-#include "kel/core/PortChannels.h"
-#include "kel/framework/CommandStatusManager.h"
-#include "kel/framework/KelSystem.h"
+#include "kel/core/HostReset.h"
 #include "kel/framework/MetaClass.h"
 #include "kel/framework/PluginLoader.h"
 #include "kel/framework/TaskManager.h"
@@ -58,20 +56,13 @@ std::string Description(const std::string& workerOneExtra = ", queue_depth: 4", 
 class RunCommandTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    Loop().Reset();
-    Loop().SetClockMode(CTaskManager::ClockMode::Virtual);
-    kel::framework::CKelSystem::Instance().ResetProject();
-    kel::framework::CCommandStatusManager::Instance().Clear();
+    kel::core::ResetHost(CTaskManager::ClockMode::Virtual);
     m_folder = std::filesystem::current_path() / ("run_test_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
     std::filesystem::remove_all(m_folder);
     std::filesystem::create_directories(m_folder);
   }
   void TearDown() override {
-    kel::framework::CKelSystem::Instance().ResetProject();
-    kel::core::CPortChannels::Instance().Clear();
-    kel::framework::CCommandStatusManager::Instance().Clear();
-    Loop().Reset();
-    Loop().SetClockMode(CTaskManager::ClockMode::Real);
+    kel::core::ResetHost(CTaskManager::ClockMode::Real);
     std::filesystem::remove_all(m_folder);
   }
 
@@ -182,7 +173,7 @@ TEST_F(RunCommandTest, WhatAPortWouldRefuseIsRefusedBeforeAnythingRuns) {
 TEST_F(RunCommandTest, CheckGivesThePluginsVerdictWithoutReachingAnyPort) {
   EXPECT_EQ(kExitCompleted, CheckDescription(Write(Description()), STORAGEIO_PLUGIN_PATH, out, err)) << err.str();
   EXPECT_THAT(out.str(), HasSubstr("valid (2 port(s), 1 profile(s), 2 worker(s))"));
-  kel::framework::CKelSystem::Instance().ResetProject();
+  kel::core::ResetHost(CTaskManager::ClockMode::Virtual);
   EXPECT_EQ(kExitRefused, CheckDescription(Write(Description(", queue_depth: 4", "duration: 5s", "    port_group: shared\n")),
                                            STORAGEIO_PLUGIN_PATH, out, err));
   EXPECT_THAT(err.str(), HasSubstr("the following ports are in conflict: P1, P2"));

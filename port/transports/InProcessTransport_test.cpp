@@ -5,6 +5,7 @@
 #include "kel/core/Port.h"
 #include "kel/core/PortChannels.h"
 #include "kel/framework/HostClassIds.h"
+#include "kel/core/HostReset.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/Project.h"
 #include "kel/framework/TaskManager.h"
@@ -19,15 +20,14 @@ using kel::framework::CTaskManager;
 class InProcessTransportTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    CTaskManager::Instance().Reset();
-    CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
+    kel::core::ResetHost(CTaskManager::ClockMode::Virtual);
     m_transport = std::make_unique<InProcessTransport>("inproc", TestConfig(), std::make_unique<ModelEngine::Factory>(ModelEngine::Config{}));
     m_transport->SetReceiver([this](std::vector<unsigned char> bytes) { m_received.push_back(DecodeFrame(bytes)); });
     m_transport->SetConnectionCallback([this](bool connected) { m_connection.push_back(connected); });
   }
   void TearDown() override {
     m_transport.reset();
-    CTaskManager::Instance().Reset();
+    kel::core::ResetHost(CTaskManager::ClockMode::Real);
   }
 
   void Send(std::uint64_t id, const Build& build) {

@@ -41,16 +41,9 @@ class RpcManagerTest : public HostTest {
  protected:
   void SetUp() override {
     HostTest::SetUp();
-    CTaskManager::Instance().Reset();
-    CTaskManager::Instance().SetClockMode(CTaskManager::ClockMode::Virtual);
     m_port = &Make<core::CPort>(classid::Port);
     m_recorder = &static_cast<CRecorderMessenger&>(
         core::CPortChannels::Instance().Attach(*m_port, std::make_unique<CRecorderMessenger>()));
-  }
-  void TearDown() override {
-    core::CPortChannels::Instance().Clear();
-    CTaskManager::Instance().Reset();
-    HostTest::TearDown();
   }
 
   core::CPort* m_port = nullptr;

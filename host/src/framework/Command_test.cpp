@@ -16,17 +16,6 @@ using States = std::vector<unsigned>;
 
 class CommandTest : public HostTest {
  protected:
-  void SetUp() override {
-    HostTest::SetUp();
-    tasks.Reset();
-    tasks.SetClockMode(CTaskManager::ClockMode::Virtual);
-  }
-  void TearDown() override {
-    tasks.Reset();
-    tasks.SetClockMode(CTaskManager::ClockMode::Real);
-    HostTest::TearDown();
-  }
-
   CTestCommand& MakeCommand() { return Make<CTestCommand>(kTestCommand); }
 
   CTaskManager& tasks = CTaskManager::Instance();

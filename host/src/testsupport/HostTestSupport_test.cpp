@@ -1,5 +1,6 @@
 #include "HostTestSupport.h"
 
+#include "kel/core/HostReset.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/MetaClass.h"
@@ -99,11 +100,11 @@ void LoadTestDataModel() {
 
 void HostTest::SetUp() {
   LoadTestDataModel();
-  CKelSystem::Instance().ResetProject();
+  core::ResetHost(CTaskManager::ClockMode::Virtual);
   MarkDeleteCalls().clear();
 }
 
-void HostTest::TearDown() { CKelSystem::Instance().ResetProject(); }
+void HostTest::TearDown() { core::ResetHost(CTaskManager::ClockMode::Real); }
 
 std::vector<Handle> Handles(const ScriptableVec& objects) {
   std::vector<Handle> handles;
