@@ -73,7 +73,8 @@ void RecordTarget(CScriptable& worker, const ScriptableVec& knownTargets, const 
 STORAGEIO_DEFINE_CLASS(CStorageLearnTargetsCommand, 0x86005000)
 
 CStorageLearnTargetsCommand::CStorageLearnTargetsCommand()
-    : m_responseDelegate(framework::MakeDelegate(this, &CStorageLearnTargetsCommand::ParseResponseLearnTargets)) {}
+    : m_responseDelegate(framework::MakeDelegate(this, &CStorageLearnTargetsCommand::ParseResponseLearnTargets)),
+      m_outstanding("StorageLearnTargetsCommand", userLogger(), kSourcePath) {}
 
 framework::HandleCollection CStorageLearnTargetsCommand::GetPortList() { return {*this, kPortList}; }
 const framework::HandleCollection CStorageLearnTargetsCommand::GetPortList() const { return {*this, kPortList}; }
@@ -82,7 +83,6 @@ bool CStorageLearnTargetsCommand::DoRun() {
   const std::vector<unsigned> handles(GetPortList().begin(), GetPortList().end());
   ScriptableVec objects;
   ProcessInputHandleVec(core::CPort::CLASS_ID(), handles, objects, framework::FILTER_INACTIVE_ROOTS);
-  CStorageIOProtocol* protocol = CStorageIOProtocol::Instance();
   for (CScriptable* object : objects) {
     auto* port = dynamic_cast<core::CPort*>(object);
     if (port == nullptr || !IsEligiblePort(*port)) continue;
@@ -104,15 +104,9 @@ bool CStorageLearnTargetsCommand::DoRun() {
     }
     Message request;
     BST_1_bll::create_req_LearnTargets(&request);
-    const int sent = core::CRpcManager::Instance().SendAsyncMessage(protocol->GetMessenger(*port), request,
-                                                                    &m_responseDelegate, PortCookie(*port), 0, true);
-    if (SendFailed(sent)) {
-      LogSendFailure("StorageLearnTargetsCommand", *port, userLogger(), kSourcePath, __LINE__);
-    } else {
-      m_outstanding.insert(port->GetHandle());
-    }
+    m_outstanding.Send(*port, request, m_responseDelegate);
   }
-  WaitForPorts(m_outstanding);
+  m_outstanding.Wait();
   return true;
 }
 
@@ -121,18 +115,14 @@ void CStorageLearnTargetsCommand::ParseResponseLearnTargets(unsigned short, Mess
   std::vector<BST_1_bll::TargetSpec_s> reported;
   BST_1_bll::parse_resp_LearnTargets(response, &status, &reported);
   if (status != BST_1_bll::StatusCode_t::Success) return;
-  const std::uint32_t handle = HandleFromCookie(cookie);
-  core::CPort* port = FindPort(handle);
-  if (port == nullptr) {
-    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
-    return;
-  }
+  core::CPort* port = m_outstanding.PortOfAnswer(cookie);
+  if (port == nullptr) return;
   for (CScriptable* worker : WorkersOnPort(*port)) {
     ScriptableVec knownTargets;
     worker->GetObjects(knownTargets, CStorageDiscoveredTargets::CLASS_ID(), framework::ParentChild());
     for (const BST_1_bll::TargetSpec_s& target : reported) RecordTarget(*worker, knownTargets, target);
   }
-  m_outstanding.erase(handle);
+  m_outstanding.Answered(port->GetHandle());
 }
 
 }  // namespace storageio

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <set>
 
+#include "OutstandingPorts.h"
 #include "StorageIOClass.h"
 #include "kel/core/RpcManager.h"
 #include "kel/framework/Command.h"
@@ -37,7 +38,7 @@ class CStorageLearnTargetsCommand : public framework::CCommand {
  private:
   core::RpcDelegate m_responseDelegate;
   // Ports asked and not yet answered successfully; kept across runs of this command object.
-  std::set<std::uint32_t> m_outstanding;
+  OutstandingPorts m_outstanding;
 };
 
 class CStorageLearnTargetsCommandCtorDtorHelper : public ScriptableCtorDtor<CStorageLearnTargetsCommand> {};

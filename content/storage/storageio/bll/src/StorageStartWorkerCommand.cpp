@@ -63,7 +63,8 @@ void LearnAndApply(const rtgcore::PortCfgVecMap& workersByPort) {
 STORAGEIO_DEFINE_CLASS(CStorageStartWorkerCommand, 0x86004000)
 
 CStorageStartWorkerCommand::CStorageStartWorkerCommand()
-    : m_responseDelegate(framework::MakeDelegate(this, &CStorageStartWorkerCommand::ParseResponseStartTargets)) {}
+    : m_responseDelegate(framework::MakeDelegate(this, &CStorageStartWorkerCommand::ParseResponseStartTargets)),
+      m_outstanding("StorageStartWorkerCommand", userLogger(), kSourcePath) {}
 
 framework::HandleCollection CStorageStartWorkerCommand::GetHostList() { return {*this, kHostList}; }
 const framework::HandleCollection CStorageStartWorkerCommand::GetHostList() const { return {*this, kHostList}; }
@@ -77,7 +78,7 @@ void CStorageStartWorkerCommand::ClearResults() const {
 }
 
 bool CStorageStartWorkerCommand::DoRun() {
-  m_outstanding.clear();
+  m_outstanding.Clear();
   const std::vector<unsigned> handles(GetHostList().begin(), GetHostList().end());
   ScriptableVec workers;
   ProcessInputHandleVec(CStorageWorkerConfig::CLASS_ID(), handles, workers, framework::FILTER_INACTIVE_ROOTS);
@@ -117,20 +118,14 @@ bool CStorageStartWorkerCommand::DoRun() {
     for (const CScriptable* worker : entry.second) workerHandles.push_back(worker->GetHandle());
     Message start;
     BST_1_bll::create_req_StartTest(&start, workerHandles, duration, true);
-    const int sent = rpc.SendAsyncMessage(messenger, start, &m_responseDelegate, PortCookie(port), 0, true);
-    if (SendFailed(sent)) {
-      LogSendFailure("StorageStartWorkerCommand", port, userLogger(), kSourcePath, __LINE__);
-      continue;
-    }
-    m_outstanding.insert(port.GetHandle());
+    if (!m_outstanding.Send(port, start, m_responseDelegate)) continue;
     protocol->AddToTestRunningPortSet(port.GetHandle(), statusRegId, resultsRegId);
     protocol->SetTestInProgress(true);
   }
 
-  WaitForPorts(m_outstanding);
-  if (!m_outstanding.empty()) {
+  if (!m_outstanding.Wait()) {
     STORAGEIO_LOG_ERROR(devLogger(), "StorageStartWorkerCommand: Timed out waiting for workers to complete.");
-    m_outstanding.clear();
+    m_outstanding.Clear();
   }
   protocol->SetTestCommandStatus(false);
   StoreValue(kCommandState, static_cast<std::uint32_t>(kCompleted));
@@ -141,12 +136,7 @@ void CStorageStartWorkerCommand::ParseResponseStartTargets(unsigned short, Messa
   BST_1_bll::StatusCode_t status = BST_1_bll::StatusCode_t::Failure;
   BST_1_bll::parse_resp_StartTest(response, &status);
   if (status != BST_1_bll::StatusCode_t::Success) return;
-  const std::uint32_t handle = HandleFromCookie(cookie);
-  if (FindPort(handle) == nullptr) {
-    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
-    return;
-  }
-  m_outstanding.erase(handle);
+  if (const core::CPort* port = m_outstanding.PortOfAnswer(cookie)) m_outstanding.Answered(port->GetHandle());
 }
 
 }  // namespace storageio

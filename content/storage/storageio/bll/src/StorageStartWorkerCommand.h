@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <set>
 
+#include "OutstandingPorts.h"
 #include "StorageIOClass.h"
 #include "kel/core/RpcManager.h"
 #include "kel/framework/Command.h"
@@ -40,7 +41,7 @@ class CStorageStartWorkerCommand : public framework::CCommand {
 
  private:
   core::RpcDelegate m_responseDelegate;
-  std::set<std::uint32_t> m_outstanding;
+  OutstandingPorts m_outstanding;
 };
 
 class CStorageStartWorkerCommandCtorDtorHelper : public ScriptableCtorDtor<CStorageStartWorkerCommand> {};

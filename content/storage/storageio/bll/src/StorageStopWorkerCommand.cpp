@@ -24,7 +24,9 @@ framework::BLLLogger* stopUserLogger() {
 STORAGEIO_DEFINE_CLASS(CStorageStopWorkerCommand, 0x86006000)
 
 CStorageStopWorkerCommand::CStorageStopWorkerCommand()
-    : m_responseDelegate(framework::MakeDelegate(this, &CStorageStopWorkerCommand::ParseResponseStopTargets)) {}
+    : m_responseDelegate(framework::MakeDelegate(this, &CStorageStopWorkerCommand::ParseResponseStopTargets)),
+      // The send-failure text names the start command: the two commands share it.
+      m_outstanding("StorageStartWorkerCommand", stopUserLogger(), kSourcePath) {}
 
 bool CStorageStopWorkerCommand::DoRun() {
   CStorageIOProtocol* protocol = CStorageIOProtocol::Instance();
@@ -36,17 +38,10 @@ bool CStorageStopWorkerCommand::DoRun() {
       if (port == nullptr) ThrowAssertion("Cannot get the port from the port handle", "port", kSourcePath, 47);
       Message stop;
       BST_1_bll::create_req_StopTest(&stop);
-      const int sent = core::CRpcManager::Instance().SendAsyncMessage(protocol->GetMessenger(*port), stop,
-                                                                      &m_responseDelegate, PortCookie(*port), 0, true);
-      if (SendFailed(sent)) {
-        // The text names the start command: the two commands share it.
-        LogSendFailure("StorageStartWorkerCommand", *port, stopUserLogger(), kSourcePath, __LINE__);
-        continue;
-      }
-      m_outstanding.insert(entry.first);
+      m_outstanding.Send(*port, stop, m_responseDelegate);
     }
   }
-  WaitForPorts(m_outstanding);
+  m_outstanding.Wait();
   protocol->SetTestCommandStatus(true);
   return true;
 }
@@ -55,14 +50,10 @@ void CStorageStopWorkerCommand::ParseResponseStopTargets(unsigned short, Message
   BST_1_bll::StatusCode_t status = BST_1_bll::StatusCode_t::Failure;
   BST_1_bll::parse_resp_StopTest(response, &status);
   if (status != BST_1_bll::StatusCode_t::Success) return;
-  const std::uint32_t handle = HandleFromCookie(cookie);
-  core::CPort* port = FindPort(handle);
-  if (port == nullptr) {
-    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
-    return;
-  }
-  CStorageIOProtocol::Instance()->EndTestProcessor(handle, port);
-  m_outstanding.erase(handle);
+  core::CPort* port = m_outstanding.PortOfAnswer(cookie);
+  if (port == nullptr) return;
+  CStorageIOProtocol::Instance()->EndTestProcessor(port->GetHandle(), port);
+  m_outstanding.Answered(port->GetHandle());
 }
 
 }  // namespace storageio

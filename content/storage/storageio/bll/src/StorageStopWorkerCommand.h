@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <set>
 
+#include "OutstandingPorts.h"
 #include "StorageIOClass.h"
 #include "kel/core/RpcManager.h"
 #include "kel/framework/Command.h"
@@ -30,7 +31,7 @@ class CStorageStopWorkerCommand : public framework::CCommand {
  private:
   core::RpcDelegate m_responseDelegate;
   // Not emptied at the start of a run: ports that did not answer last time are waited for again.
-  std::set<std::uint32_t> m_outstanding;
+  OutstandingPorts m_outstanding;
 };
 
 class CStorageStopWorkerCommandCtorDtorHelper : public ScriptableCtorDtor<CStorageStopWorkerCommand> {};
