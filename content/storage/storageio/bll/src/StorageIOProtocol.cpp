@@ -1,6 +1,5 @@
 #include "StorageIOProtocol.h"
 
-#include <array>
 #include <cstdint>
 
 #include "StorageDiscoveredTargetResults.h"
@@ -8,6 +7,7 @@
 #include "StorageLearnTargetsCommand.h"
 #include "StoragePortRequests.h"
 #include "StoragePortResults.h"
+#include "StorageResultRecords.h"
 #include "StorageProfileResults.h"
 #include "StorageProjectResults.h"
 #include "StorageStartWorkerCommand.h"
@@ -16,6 +16,7 @@
 #include "StorageIOHost.h"
 #include "StorageIOIds.h"
 #include "StorageIOLog.h"
+#include "StorageIOMessages.h"
 #include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
 #include "kel/core/ValidationContext.h"
@@ -40,7 +41,6 @@ namespace {
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageIOProtocol";
 constexpr framework::PropId kIsDefaultProfile = 0x8600100b;
 constexpr std::size_t kMostPortsNamed = 10;
-constexpr unsigned long kAccessSpecOfSize = 100;
 
 
 // What the user log shows for the progress values 0 to 6.
@@ -48,37 +48,6 @@ const char* const kProgressTexts[] = {"Preparing Disks",      "Starting Test", "
                                       "Recording statistics", "25% Done",      "50% Done",
                                       "75% Done"};
 
-// The 30 values of a statistics record, in property order: 8 counters, then 22 doubles.
-using Record = bst_1_bll::StorageBaseResults_s;
-const std::array<unsigned long Record::*, 8> kCounters = {
-    &Record::BytesRead,   &Record::BytesWritten,          &Record::ReadTransactionCount, &Record::WriteTransactionCount,
-    &Record::AllTransactionCount, &Record::ConnectionCount, &Record::ReadErrors,           &Record::WriteErrors};
-const std::array<double Record::*, 22> kDoubles = {
-    &Record::TotalReadLatency,        &Record::TotalWriteLatency,          &Record::TotalTransactionLatency,
-    &Record::TotalConnectionLatency,  &Record::AvgIOPerSecond,             &Record::AvgReadOperationsPerSecond,
-    &Record::AvgWriteOperationsPerSecond, &Record::AvgTransactionsPerSecond, &Record::AvgConnectionsPerSecond,
-    &Record::AvgMBps,                 &Record::AvgMBReadPerSecond,         &Record::AvgMBWritePerSecond,
-    &Record::AvgLatency,              &Record::AvgReadLatency,             &Record::AvgWriteLatency,
-    &Record::AvgTransactionLatency,   &Record::AvgConnectionLatency,       &Record::MaxLatency,
-    &Record::MaxReadLatency,          &Record::MaxWriteLatency,            &Record::MaxTransactionLatency,
-    &Record::MaxConnectionLatency};
-
-// Adds a result object's 30 values into `sum`, field by field.
-void AddResults(const CScriptable& result, Record& sum) {
-  framework::PropId id = CStorageBaseResults::kFirstCounter;
-  for (unsigned long Record::*field : kCounters) sum.*field += result.GetU64(id++);
-  for (double Record::*field : kDoubles) sum.*field += result.GetDouble(id++);
-}
-
-// The owner's result object of class R: its first child of that class, made (and related to the
-// owner over the result relation) when there is none. Null when it cannot be made.
-template <class R>
-R* FindOrCreateResult(CScriptable& owner) {
-  if (auto* existing = dynamic_cast<R*>(owner.GetObject(R::CLASS_ID(), framework::ParentChild()))) return existing;
-  auto* made = dynamic_cast<R*>(framework::CScriptableCreator().Create(R::CLASS_ID(), &owner, true, true, 0));
-  if (made != nullptr) owner.AddObject(*made, framework::RelationType(framework::relation::Result));
-  return made;
-}
 }  // namespace
 
 CStorageIOProtocol* CStorageIOProtocol::s_instance = nullptr;
@@ -211,13 +180,7 @@ void CStorageIOProtocol::BuildAndSendAddModifyMsg(ObjType kind, core::CPort& por
 
 void CStorageIOProtocol::BuildAndSendProfileMessage(const ConfigSet& profiles, ObjType kind, core::CPort& port) {
   std::vector<BST_1_bll::AccessSpec_s> accessSpecs;
-  for (CScriptable* object : profiles) {
-    BST_1_bll::AccessSpec_s spec;
-    spec.profileHandle = object->GetHandle();
-    spec.OfSize = kAccessSpecOfSize;
-    static_cast<CStorageWorkerProfile*>(object)->ToIdl(spec.workerProfile);
-    accessSpecs.push_back(spec);
-  }
+  for (CScriptable* profile : profiles) accessSpecs.push_back(AccessSpecOf(*static_cast<CStorageWorkerProfile*>(profile)));
   Message request;
   if (kind == OBJ_CREATED) {
     BST_1_bll::create_req_AddAccessSpecs(&request, accessSpecs, true);
@@ -228,38 +191,8 @@ void CStorageIOProtocol::BuildAndSendProfileMessage(const ConfigSet& profiles, O
 }
 
 void CStorageIOProtocol::BuildAndSendWorkerMessage(const ConfigSet& workers, ObjType kind, core::CPort& port) {
-  const framework::RelationType toProfile(kWorkerToProfile);
-  const framework::RelationType toTarget(kWorkerToTarget);
   std::vector<BST_1_bll::WorkerConfig_s> configs;
-  for (CScriptable* worker : workers) {
-    const CScriptable* profile = worker->GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile);
-    if (profile == nullptr) {
-      ThrowAssertion("CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile", "profile",
-                     kSourcePath, 604);
-    }
-    ScriptableVec targets;
-    worker->GetObjects(targets, CStorageDiscoveredTargets::CLASS_ID(), toTarget);
-    BST_1_bll::WorkerConfig_s config;
-    for (const CScriptable* scrip : targets) {
-      if (scrip == nullptr) {
-        ThrowAssertion("NULL obtained for scrip in BuildAndSendWorkerMessage", "scrip", kSourcePath, 616);
-      }
-      BST_1_bll::TargetSpec_s target;
-      target.Type = scrip->GetU32(0x8600300a);
-      target.TargetName = scrip->GetString(0x86003003);
-      target.QueueDepth = worker->GetU32(0x86002005);
-      target.EnableTestConnectionRate = worker->GetBool(0x86002006);
-      target.TransactionsPerConnection = worker->GetU32(0x86002007);
-      target.DiskSpecification.SectorSize = scrip->GetU32(0x86003008);
-      target.DiskSpecification.MaximumDiskSize = worker->GetU64(0x86002003);
-      target.DiskSpecification.StartingDiskSector = worker->GetU64(0x86002004);
-      target.BllHandle = scrip->GetDataStore().GetU32(framework::prop::Handle);
-      config.targetSpec.push_back(target);
-    }
-    config.handle = worker->GetHandle();
-    config.profileHandle = profile->GetHandle();
-    configs.push_back(config);
-  }
+  for (const CScriptable* worker : workers) configs.push_back(WorkerConfigOf(*worker));
   Message request;
   if (kind == OBJ_CREATED) {
     BST_1_bll::create_req_AddWorkers(&request, configs, true);
@@ -421,30 +354,20 @@ void CStorageIOProtocol::StatsHandler(unsigned short, Message* notification, voi
 }
 
 void CStorageIOProtocol::PopulateResults(bst_1_bll::StorageBaseResults_s& record, CStorageBaseResults& result) {
-  framework::PropId id = CStorageBaseResults::kFirstCounter;
-  for (unsigned long Record::*field : kCounters) result.Set(id++, record.*field);
-  for (double Record::*field : kDoubles) result.Set(id++, record.*field);
+  CopyValues(record, result);
 }
 
-void CStorageIOProtocol::ResetResultStruct(bst_1_bll::StorageBaseResults_s& record) {
-  for (unsigned long Record::*field : kCounters) record.*field = 0;
-  for (double Record::*field : kDoubles) record.*field = 0.0;
-}
+void CStorageIOProtocol::ResetResultStruct(bst_1_bll::StorageBaseResults_s& record) { ZeroValues(record); }
 
 void CStorageIOProtocol::UpdateProfileResults(boost::unordered_set<CScriptable*>& profiles) {
   for (CScriptable* profile : profiles) {
     auto* result = FindOrCreateResult<CStorageProfileResults>(*profile);
     if (result == nullptr) return;
-    Record sum;
+    ResultRecord sum;
     ResetResultStruct(sum);
     ScriptableVec workers;
     profile->GetObjects(workers, CStorageWorkerConfig::CLASS_ID(), framework::RelationType(kWorkerToProfile).ReverseDir());
-    for (const CScriptable* worker : workers) {
-      if (!worker->GetActive()) continue;
-      if (const CScriptable* workerResult = worker->GetObject(CStorageWorkerResults::CLASS_ID(), framework::ParentChild())) {
-        AddResults(*workerResult, sum);
-      }
-    }
+    for (const CScriptable* worker : workers) AddActiveWorker(*worker, sum);
     PopulateResults(sum, *result);
   }
 }
@@ -453,13 +376,12 @@ void CStorageIOProtocol::UpdatePortResults(boost::unordered_set<CScriptable*>& p
   for (CScriptable* port : ports) {
     auto* result = FindOrCreateResult<CStoragePortResults>(*port);
     if (result == nullptr) return;
-    Record sum;
+    ResultRecord sum;
     ResetResultStruct(sum);
+    // A port counts the first worker of each of its devices.
     for (const CScriptable* device : AffiliatedDevices(*static_cast<core::CPort*>(port))) {
-      const CScriptable* worker = device->GetObject(CStorageWorkerConfig::CLASS_ID(), framework::ParentChild());
-      if (worker == nullptr || !worker->GetActive()) continue;
-      if (const CScriptable* workerResult = worker->GetObject(CStorageWorkerResults::CLASS_ID(), framework::ParentChild())) {
-        AddResults(*workerResult, sum);
+      if (const CScriptable* worker = device->GetObject(CStorageWorkerConfig::CLASS_ID(), framework::ParentChild())) {
+        AddActiveWorker(*worker, sum);
       }
     }
     PopulateResults(sum, *result);
@@ -467,7 +389,7 @@ void CStorageIOProtocol::UpdatePortResults(boost::unordered_set<CScriptable*>& p
 }
 
 void CStorageIOProtocol::UpdateProjectResults() {
-  Record sum;
+  ResultRecord sum;
   ResetResultStruct(sum);
   framework::CProject& project = framework::CProject::GetCurrentActiveInstance();
   auto* result = FindOrCreateResult<CStorageProjectResults>(project);
@@ -476,7 +398,7 @@ void CStorageIOProtocol::UpdateProjectResults() {
   project.GetObjects(profiles, CStorageWorkerProfile::CLASS_ID(), framework::ParentChild());
   for (const CScriptable* profile : profiles) {
     if (const CScriptable* profileResult = profile->GetObject(CStorageProfileResults::CLASS_ID(), framework::ParentChild())) {
-      AddResults(*profileResult, sum);
+      AddValues(*profileResult, sum);
     }
   }
   PopulateResults(sum, *result);
