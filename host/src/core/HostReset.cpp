@@ -8,7 +8,10 @@ namespace kel {
 namespace core {
 
 void ResetHost(framework::CTaskManager::ClockMode clock) {
-  framework::CKelSystem::Instance().ResetProject();
+  framework::CKelSystem& system = framework::CKelSystem::Instance();
+  system.Set(framework::prop::SimulationMode, false);
+  system.SetLoadingConfiguration(false);
+  system.ResetProject();
   CPortChannels::Instance().Clear();
   framework::CCommandStatusManager::Instance().Clear();
   framework::CTaskManager& loop = framework::CTaskManager::Instance();

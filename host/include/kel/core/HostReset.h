@@ -8,7 +8,7 @@
 namespace kel {
 namespace core {
 
-// In this order: destroys the project with everything below it (the objects' OnMarkDelete runs)
+// In this order: clears the system's simulation and loading flags; destroys the project with everything below it (the objects' OnMarkDelete runs)
 // and makes an empty one; destroys every port's messenger (the transports stay registered); clears
 // the commands' statuses; drops the task manager's events and turn observers and lets waits deliver
 // again; then sets `clock`. Result subscriptions and log sinks are their owners' to remove.

@@ -109,15 +109,6 @@ class StorageIOApplyTest : public StorageIOTest {
     static const int registered = PluginRegister();
     (void)registered;
     core::CProtocolModule::Instance().RegisterProtocol(CStorageIOProtocol::Instance());
-    framework::CTaskManager::Instance().Reset();
-    framework::CTaskManager::Instance().SetClockMode(framework::CTaskManager::ClockMode::Virtual);
-  }
-  void TearDown() override {
-    framework::CKelSystem::Instance().Set(framework::prop::SimulationMode, false);
-    StorageIOTest::TearDown();
-    core::CPortChannels::Instance().Clear();
-    framework::CTaskManager::Instance().Reset();
-    framework::CTaskManager::Instance().SetClockMode(framework::CTaskManager::ClockMode::Real);
   }
 
   static CStorageIOProtocol& protocol() { return *CStorageIOProtocol::Instance(); }

@@ -96,15 +96,6 @@ R* ResultOf(const framework::CScriptable& owner) {
 
 class StorageIORunTest : public StorageIOApplyTest {
  protected:
-  void SetUp() override {
-    StorageIOApplyTest::SetUp();
-    framework::CCommandStatusManager::Instance().Clear();
-  }
-  void TearDown() override {
-    framework::CCommandStatusManager::Instance().Clear();
-    StorageIOApplyTest::TearDown();
-  }
-
   // Runs the start command on the workers, as a user does; their ports run until they end.
   void StartTest(std::initializer_list<CStorageWorkerConfig*> workers) {
     framework::CScriptableAutoPtr<CStorageStartWorkerCommand> start(static_cast<CStorageStartWorkerCommand*>(

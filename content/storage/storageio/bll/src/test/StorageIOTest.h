@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "StorageIOProtocol.h"
+#include "kel/core/HostReset.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/LogSinks.h"
 #include "kel/framework/Logger.h"
@@ -16,14 +17,15 @@ namespace storageio {
 
 class StorageIOTest : public ::testing::Test {
  protected:
+  // Every test starts on the virtual clock, with a fresh host and a fresh protocol.
   void SetUp() override {
-    framework::CKelSystem::Instance().ResetProject();
+    core::ResetHost(framework::CTaskManager::ClockMode::Virtual);
     CStorageIOProtocol::DeleteInstance();
     framework::BLLLoggerFactory::GetInstance().AddSink(m_log);
   }
   void TearDown() override {
     framework::BLLLoggerFactory::GetInstance().RemoveSink(m_log);
-    framework::CKelSystem::Instance().ResetProject();
+    core::ResetHost(framework::CTaskManager::ClockMode::Real);
     CStorageIOProtocol::DeleteInstance();
   }
 
