@@ -1,7 +1,6 @@
 #pragma once
 // `storageio learn TEST.yaml`: the targets each port of a description reports, as workers name
-// them; and `storageio check TEST.yaml`: the description and its project checked without reaching
-// any port.
+// them.
 
 #include <ostream>
 #include <string>
@@ -17,10 +16,5 @@ struct LearnOptions {
 // Writes, per port, each target's name, type, sector size and size. Returns 0, 1 when a port did
 // not answer (the others are still shown), 2 for a bad description.
 int LearnPorts(const LearnOptions& options, std::ostream& out, std::ostream& err);
-
-// Validates the description, then the project through a validate-only apply. Returns 0 when both
-// are accepted, 2 otherwise, with every error written to `err`.
-int CheckDescription(const std::string& descriptionPath, const std::string& pluginPath, std::ostream& out,
-                     std::ostream& err);
 
 }  // namespace storageio_cli

@@ -13,8 +13,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "CheckCommand.h"
 #include "ExitCodes.h"
-#include "LearnCommand.h"
 #include "ProjectBuilder.h"
 #include "WorkerTargets.h"
 #include "kel/core/HostReset.h"

@@ -9,6 +9,7 @@
 
 #include "Agent.h"
 #include "ExitCodes.h"
+#include "CheckCommand.h"
 #include "LearnCommand.h"
 #include "RunCommand.h"
 #include "port/targets/TargetEntry.h"
