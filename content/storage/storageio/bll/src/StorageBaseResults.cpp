@@ -1,9 +1,10 @@
 #include "StorageBaseResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageBaseResults, 0x86008000)
+STORAGEIO_DEFINE_CLASS(CStorageBaseResults, ids::classes::StorageBaseResults)
 
 framework::CScriptable* CStorageBaseResultsCtorDtorHelper::Ctor() {
   throw framework::CKelLogicError("Trying to create an abstract class : CStorageBaseResults");

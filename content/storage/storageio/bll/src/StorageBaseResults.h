@@ -1,10 +1,11 @@
 #pragma once
 // CStorageBaseResults: the abstract base of the storage result classes. It owns the 30 statistics
-// properties (0x86008001..0x8600801e): 8 unsigned 64-bit counters, then 22 doubles, in the order
+// properties (ids::props::StorageBaseResults::BytesRead..ids::props::StorageBaseResults::MaxConnectionLatency): 8 unsigned 64-bit counters, then 22 doubles, in the order
 // of the port's statistics record. The concrete classes differ only in class id and owner.
 
 #include "StorageIOClass.h"
 #include "kel/framework/Result.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -13,10 +14,10 @@ class CStorageBaseResults : public framework::CResult {
   STORAGEIO_DECLARE_CLASS()
 
  public:
-  static constexpr framework::PropId kFirstCounter = 0x86008001;
-  static constexpr framework::PropId kLastCounter = 0x86008008;
-  static constexpr framework::PropId kFirstDouble = 0x86008009;
-  static constexpr framework::PropId kLastDouble = 0x8600801e;
+  static constexpr framework::PropId kFirstCounter = ids::props::StorageBaseResults::BytesRead;
+  static constexpr framework::PropId kLastCounter = ids::props::StorageBaseResults::WriteErrors;
+  static constexpr framework::PropId kFirstDouble = ids::props::StorageBaseResults::TotalReadLatency;
+  static constexpr framework::PropId kLastDouble = ids::props::StorageBaseResults::MaxConnectionLatency;
 
   // Sets the 8 counters to 0 and then the 22 doubles to 0.0, each in ascending id order.
   void ResetResults();

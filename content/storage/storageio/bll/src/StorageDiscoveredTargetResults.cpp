@@ -1,9 +1,10 @@
 #include "StorageDiscoveredTargetResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageDiscoveredTargetResults, 0x86009000)
+STORAGEIO_DEFINE_CLASS(CStorageDiscoveredTargetResults, ids::classes::StorageDiscoveredTargetResults)
 
 }  // namespace storageio
 }  // namespace kel

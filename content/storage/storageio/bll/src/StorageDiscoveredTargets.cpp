@@ -1,9 +1,10 @@
 #include "StorageDiscoveredTargets.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageDiscoveredTargets, 0x86003000)
+STORAGEIO_DEFINE_CLASS(CStorageDiscoveredTargets, ids::classes::StorageDiscoveredTargets)
 
 }  // namespace storageio
 }  // namespace kel

@@ -10,7 +10,7 @@
 namespace kel {
 namespace storageio {
 
-// Activates the plug-in's data model (id block 0x86000000) with the host, once per process.
+// Activates the plug-in's data model with the host, once per process.
 // Always returns true.
 bool InitAttributeBuilder();
 

@@ -5,6 +5,7 @@
 #include "StorageIOLog.h"
 #include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -40,14 +41,14 @@ BST_1_bll::WorkerConfig_s WorkerConfigOf(const framework::CScriptable& worker) {
       ThrowAssertion("NULL obtained for scrip in BuildAndSendWorkerMessage", "scrip", kSourcePath, 616);
     }
     BST_1_bll::TargetSpec_s target;
-    target.Type = scrip->GetU32(0x8600300a);
-    target.TargetName = scrip->GetString(0x86003003);
-    target.QueueDepth = worker.GetU32(0x86002005);
-    target.EnableTestConnectionRate = worker.GetBool(0x86002006);
-    target.TransactionsPerConnection = worker.GetU32(0x86002007);
-    target.DiskSpecification.SectorSize = scrip->GetU32(0x86003008);
-    target.DiskSpecification.MaximumDiskSize = worker.GetU64(0x86002003);
-    target.DiskSpecification.StartingDiskSector = worker.GetU64(0x86002004);
+    target.Type = scrip->GetU32(ids::props::StorageDiscoveredTargets::TargetType);
+    target.TargetName = scrip->GetString(ids::props::StorageDiscoveredTargets::VolumeName);
+    target.QueueDepth = worker.GetU32(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount);
+    target.EnableTestConnectionRate = worker.GetBool(ids::props::StorageWorkerConfig::EnableTestConnectionRate);
+    target.TransactionsPerConnection = worker.GetU32(ids::props::StorageWorkerConfig::TransactionsPerConnection);
+    target.DiskSpecification.SectorSize = scrip->GetU32(ids::props::StorageDiscoveredTargets::SectorSize);
+    target.DiskSpecification.MaximumDiskSize = worker.GetU64(ids::props::StorageWorkerConfig::MaximumDiskSize);
+    target.DiskSpecification.StartingDiskSector = worker.GetU64(ids::props::StorageWorkerConfig::StartingDiskSector);
     target.BllHandle = scrip->GetDataStore().GetU32(framework::prop::Handle);
     config.targetSpec.push_back(target);
   }

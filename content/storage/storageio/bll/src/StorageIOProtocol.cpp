@@ -26,6 +26,7 @@
 #include "msg/BST_1.h"
 #include "kel/framework/Project.h"
 #include "kel/framework/ScriptableCreator.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -39,7 +40,7 @@ using framework::ScriptableVec;
 
 namespace {
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageIOProtocol";
-constexpr framework::PropId kIsDefaultProfile = 0x8600100b;
+constexpr framework::PropId kIsDefaultProfile = ids::props::StorageWorkerProfile::IsDefaultProfile;
 constexpr std::size_t kMostPortsNamed = 10;
 
 

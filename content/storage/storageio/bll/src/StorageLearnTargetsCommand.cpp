@@ -9,6 +9,7 @@
 #include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/ScriptableLocator.h"
 #include "msg/BST_1.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -19,13 +20,13 @@ using framework::ScriptableVec;
 namespace {
 
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageLearnTargetsCommand";
-constexpr framework::PropId kPortList = 0x86005002;
-constexpr framework::PropId kVolumeName = 0x86003003;
-constexpr framework::PropId kSize = 0x86003004;
-constexpr framework::PropId kStartingDiskSector = 0x86003007;
-constexpr framework::PropId kSectorSize = 0x86003008;
-constexpr framework::PropId kQueueDepth = 0x86003009;
-constexpr framework::PropId kTargetType = 0x8600300a;
+constexpr framework::PropId kPortList = ids::props::StorageLearnTargetsCommand::PortList;
+constexpr framework::PropId kVolumeName = ids::props::StorageDiscoveredTargets::VolumeName;
+constexpr framework::PropId kSize = ids::props::StorageDiscoveredTargets::Size;
+constexpr framework::PropId kStartingDiskSector = ids::props::StorageDiscoveredTargets::StartingDiskSector;
+constexpr framework::PropId kSectorSize = ids::props::StorageDiscoveredTargets::SectorSize;
+constexpr framework::PropId kQueueDepth = ids::props::StorageDiscoveredTargets::QueueDepth;
+constexpr framework::PropId kTargetType = ids::props::StorageDiscoveredTargets::TargetType;
 
 // The first worker of each of the port's devices; devices without one are passed over.
 ScriptableVec WorkersOnPort(const core::CPort& port) {
@@ -70,7 +71,7 @@ void RecordTarget(CScriptable& worker, const ScriptableVec& knownTargets, const 
 
 }  // namespace
 
-STORAGEIO_DEFINE_CLASS(CStorageLearnTargetsCommand, 0x86005000)
+STORAGEIO_DEFINE_CLASS(CStorageLearnTargetsCommand, ids::classes::StorageLearnTargetsCommand)
 
 CStorageLearnTargetsCommand::CStorageLearnTargetsCommand()
     : m_responseDelegate(framework::MakeDelegate(this, &CStorageLearnTargetsCommand::ParseResponseLearnTargets)),

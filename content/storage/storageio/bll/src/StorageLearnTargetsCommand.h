@@ -13,6 +13,7 @@
 #include "kel/core/RpcManager.h"
 #include "kel/framework/Command.h"
 #include "kel/framework/HandleCollection.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -23,7 +24,7 @@ class CStorageLearnTargetsCommand : public framework::CCommand {
  public:
   CStorageLearnTargetsCommand();
 
-  // The ports to learn on (property 0x86005002).
+  // The ports to learn on (property ids::props::StorageLearnTargetsCommand::PortList).
   framework::HandleCollection GetPortList();
   const framework::HandleCollection GetPortList() const;
 

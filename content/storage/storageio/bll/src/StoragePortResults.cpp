@@ -1,9 +1,10 @@
 #include "StoragePortResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStoragePortResults, 0x8600c000)
+STORAGEIO_DEFINE_CLASS(CStoragePortResults, ids::classes::StoragePortResults)
 
 }  // namespace storageio
 }  // namespace kel

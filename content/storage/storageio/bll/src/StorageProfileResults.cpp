@@ -1,9 +1,10 @@
 #include "StorageProfileResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageProfileResults, 0x8600b000)
+STORAGEIO_DEFINE_CLASS(CStorageProfileResults, ids::classes::StorageProfileResults)
 
 }  // namespace storageio
 }  // namespace kel

@@ -1,9 +1,10 @@
 #include "StorageProjectResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageProjectResults, 0x8600d000)
+STORAGEIO_DEFINE_CLASS(CStorageProjectResults, ids::classes::StorageProjectResults)
 
 }  // namespace storageio
 }  // namespace kel

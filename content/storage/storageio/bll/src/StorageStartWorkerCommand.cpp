@@ -15,6 +15,7 @@
 #include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/ScriptableLocator.h"
 #include "msg/BST_1.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -25,9 +26,9 @@ using framework::ScriptableVec;
 namespace {
 
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageStartWorkerCommand";
-constexpr framework::PropId kHostList = 0x86004006;
-constexpr framework::PropId kDuration = 0x86004007;
-constexpr framework::PropId kLearnFirst = 0x86004008;
+constexpr framework::PropId kHostList = ids::props::StorageStartWorkerCommand::HostList;
+constexpr framework::PropId kDuration = ids::props::StorageStartWorkerCommand::Duration;
+constexpr framework::PropId kLearnFirst = ids::props::StorageStartWorkerCommand::LearnFirst;
 constexpr framework::PropId kCommandState = 0xE00F;
 constexpr unsigned kCompleted = 5;
 
@@ -60,7 +61,7 @@ void LearnAndApply(const rtgcore::PortCfgVecMap& workersByPort) {
 
 }  // namespace
 
-STORAGEIO_DEFINE_CLASS(CStorageStartWorkerCommand, 0x86004000)
+STORAGEIO_DEFINE_CLASS(CStorageStartWorkerCommand, ids::classes::StorageStartWorkerCommand)
 
 CStorageStartWorkerCommand::CStorageStartWorkerCommand()
     : m_responseDelegate(framework::MakeDelegate(this, &CStorageStartWorkerCommand::ParseResponseStartTargets)),

@@ -14,6 +14,7 @@
 #include "kel/core/RpcManager.h"
 #include "kel/framework/Command.h"
 #include "kel/framework/HandleCollection.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -24,7 +25,7 @@ class CStorageStartWorkerCommand : public framework::CCommand {
  public:
   CStorageStartWorkerCommand();
 
-  // The workers to start (property 0x86004006).
+  // The workers to start (property ids::props::StorageStartWorkerCommand::HostList).
   framework::HandleCollection GetHostList();
   const framework::HandleCollection GetHostList() const;
 

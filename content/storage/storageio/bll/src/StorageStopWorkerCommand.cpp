@@ -5,6 +5,7 @@
 #include "StorageIOProtocol.h"
 #include "StoragePortRequests.h"
 #include "msg/BST_1.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -21,7 +22,7 @@ framework::BLLLogger* stopUserLogger() {
 
 }  // namespace
 
-STORAGEIO_DEFINE_CLASS(CStorageStopWorkerCommand, 0x86006000)
+STORAGEIO_DEFINE_CLASS(CStorageStopWorkerCommand, ids::classes::StorageStopWorkerCommand)
 
 CStorageStopWorkerCommand::CStorageStopWorkerCommand()
     : m_responseDelegate(framework::MakeDelegate(this, &CStorageStopWorkerCommand::ParseResponseStopTargets)),

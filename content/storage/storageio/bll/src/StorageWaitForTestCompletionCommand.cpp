@@ -1,9 +1,10 @@
 #include "StorageWaitForTestCompletionCommand.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageWaitForTestCompletionCommand, 0x86007000)
+STORAGEIO_DEFINE_CLASS(CStorageWaitForTestCompletionCommand, ids::classes::StorageWaitForTestCompletionCommand)
 
 }  // namespace storageio
 }  // namespace kel

@@ -12,6 +12,7 @@
 #include "kel/framework/CommandStatusManager.h"
 #include "kel/framework/KelSystem.h"
 #include "kel/framework/ResourceManager.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -23,7 +24,7 @@ namespace {
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageWorkerConfig";
 }  // namespace
 
-STORAGEIO_DEFINE_CLASS(CStorageWorkerConfig, 0x86002000)
+STORAGEIO_DEFINE_CLASS(CStorageWorkerConfig, ids::classes::StorageWorkerConfig)
 
 bool CStorageWorkerConfig::OnInit() {
   CStorageIOProtocol* protocol = CStorageIOProtocol::Instance();

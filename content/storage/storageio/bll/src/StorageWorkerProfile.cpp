@@ -5,6 +5,7 @@
 #include "StorageIOLog.h"
 #include "StorageIOProtocol.h"
 #include "StorageWorkerConfig.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -14,7 +15,7 @@ const char* const kSourcePath = "content/storage/storageio/bll/src/StorageWorker
 const char* const kNoPortInHandleSet = "Cannot get port from the portHndSet CStorageWorkerProfile::ProcessConfigForCache";
 }  // namespace
 
-STORAGEIO_DEFINE_CLASS(CStorageWorkerProfile, 0x86001000)
+STORAGEIO_DEFINE_CLASS(CStorageWorkerProfile, ids::classes::StorageWorkerProfile)
 
 bool CStorageWorkerProfile::OnLoadCompleted() {
   if (GetName() == kDefaultProfileName) CStorageIOProtocol::Instance()->SetDefaultProfile(this);
@@ -29,16 +30,16 @@ bool CStorageWorkerProfile::OnMarkDelete() {
 }
 
 void CStorageWorkerProfile::ToIdl(bst_1_bll::StorageWorkerProfile_s& out) const {
-  out.TransferRequestSize = GetU32(0x86001002);
-  out.PercentRandomDistribution = GetU8(0x86001003);
-  out.EnableReplySize = GetBool(0x86001004);
-  out.ReplySize = GetU32(0x86001005);
-  out.PercentReadDistribution = GetU8(0x86001006);
-  out.TransferDelay = GetU32(0x86001007);
-  out.BurstLength = GetU32(0x86001008);
-  out.EnableAlignIOs = GetBool(0x86001009);
-  out.AlignIOs = GetU32(0x8600100a);
-  out.IsDefaultProfile = GetBool(0x8600100b);
+  out.TransferRequestSize = GetU32(ids::props::StorageWorkerProfile::TransferRequestSize);
+  out.PercentRandomDistribution = GetU8(ids::props::StorageWorkerProfile::PercentRandomDistribution);
+  out.EnableReplySize = GetBool(ids::props::StorageWorkerProfile::EnableReplySize);
+  out.ReplySize = GetU32(ids::props::StorageWorkerProfile::ReplySize);
+  out.PercentReadDistribution = GetU8(ids::props::StorageWorkerProfile::PercentReadDistribution);
+  out.TransferDelay = GetU32(ids::props::StorageWorkerProfile::TransferDelay);
+  out.BurstLength = GetU32(ids::props::StorageWorkerProfile::BurstLength);
+  out.EnableAlignIOs = GetBool(ids::props::StorageWorkerProfile::EnableAlignIOs);
+  out.AlignIOs = GetU32(ids::props::StorageWorkerProfile::AlignIOs);
+  out.IsDefaultProfile = GetBool(ids::props::StorageWorkerProfile::IsDefaultProfile);
 }
 
 void CStorageWorkerProfile::BuildNewPortSet(PortSet& ports, framework::ScriptableVec& workers) {

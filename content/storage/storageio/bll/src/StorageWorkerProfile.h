@@ -9,6 +9,7 @@
 
 #include "StorageIOClass.h"
 #include "msg/bst_1.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace core {
@@ -31,7 +32,7 @@ class CStorageWorkerProfile : public framework::CScriptable {
   // Deleting the default profile leaves the protocol without one.
   bool OnMarkDelete() override;
 
-  // Fills the access-spec record from properties 0x86001002..0x8600100b, in record order.
+  // Fills the access-spec record from properties ids::props::StorageWorkerProfile::TransferRequestSize..ids::props::StorageWorkerProfile::IsDefaultProfile, in record order.
   void ToIdl(bst_1_bll::StorageWorkerProfile_s& out) const;
 
   // Inserts the port of every active worker in `workers` into `ports`. A worker without a parent

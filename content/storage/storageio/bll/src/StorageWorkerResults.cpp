@@ -1,9 +1,10 @@
 #include "StorageWorkerResults.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
 
-STORAGEIO_DEFINE_CLASS(CStorageWorkerResults, 0x8600a000)
+STORAGEIO_DEFINE_CLASS(CStorageWorkerResults, ids::classes::StorageWorkerResults)
 
 }  // namespace storageio
 }  // namespace kel
