@@ -7,6 +7,7 @@
 #include "kel/framework/ProjectStore.h"
 #include "kel/framework/ScriptableLocator.h"
 #include "test/StorageIOApplyTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -47,11 +48,11 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
   core::CPort& portA = MakePort("Port A", "Module 1");
   MakePort("Port B");
   CStorageWorkerConfig& first = MakeWorker(portA, "First");
-  first.Set(0x86002005, 32u);
+  first.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 32u);
   MakeTarget(first, "Disk 1", 0x8c000000, 4096);
   MakeTarget(first, "Disk 2");
   CStorageWorkerProfile& fast = MakeProfile("Fast");
-  fast.Set(0x86001002, 65536u);
+  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
   CStorageWorkerConfig& second = MakeWorker(portA, "Second");
   UseProfile(second, fast);
   Apply();
@@ -72,8 +73,8 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
 
   EXPECT_EQ("Module 1", loadedPort->GetString(core::prop::PortGroup));
   EXPECT_EQ(loadedPort, AffiliatedPort(*loadedFirst->GetParent()));
-  EXPECT_EQ(32u, loadedFirst->GetU32(0x86002005));
-  EXPECT_EQ(65536u, loadedFast->GetU32(0x86001002));
+  EXPECT_EQ(32u, loadedFirst->GetU32(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount));
+  EXPECT_EQ(65536u, loadedFast->GetU32(ids::props::StorageWorkerProfile::TransferRequestSize));
   const RelationType toProfile(kWorkerToProfile);
   EXPECT_EQ(loadedDefault, loadedFirst->GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile));
   EXPECT_EQ(loadedFast, loadedSecond->GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile))
@@ -81,13 +82,13 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
   ScriptableVec targets;
   loadedFirst->GetObjects(targets, CStorageDiscoveredTargets::CLASS_ID(), RelationType(kWorkerToTarget));
   ASSERT_EQ(2u, targets.size());
-  EXPECT_EQ("Disk 1", targets[0]->GetString(0x86003003));
-  EXPECT_EQ(4096u, targets[0]->GetU32(0x86003008));
+  EXPECT_EQ("Disk 1", targets[0]->GetString(ids::props::StorageDiscoveredTargets::VolumeName));
+  EXPECT_EQ(4096u, targets[0]->GetU32(ids::props::StorageDiscoveredTargets::SectorSize));
   EXPECT_EQ(loadedFirst, targets[0]->GetParent());
-  EXPECT_EQ("Disk 2", targets[1]->GetString(0x86003003));
+  EXPECT_EQ("Disk 2", targets[1]->GetString(ids::props::StorageDiscoveredTargets::VolumeName));
 
   EXPECT_EQ(loadedDefault, protocol().GetDefaultProfile());
-  EXPECT_TRUE(loadedDefault->GetBool(0x8600100b));
+  EXPECT_TRUE(loadedDefault->GetBool(ids::props::StorageWorkerProfile::IsDefaultProfile));
   EXPECT_EQ(2u, Count(CStorageWorkerProfile::CLASS_ID())) << "no second default profile";
   CStorageWorkerConfig& later = MakeWorker(*loadedPort, "Later");
   EXPECT_EQ(loadedDefault, later.GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile));

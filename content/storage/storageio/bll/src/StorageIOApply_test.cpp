@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "test/StorageIOApplyTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -16,7 +17,7 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   core::CPort& portA = MakePort("Port A");
   core::CPort& portB = MakePort("Port B");
   CStorageWorkerProfile& fast = MakeProfile("Fast");
-  fast.Set(0x86001002, 65536u);
+  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
   CStorageWorkerConfig& a1 = MakeWorker(portA, "A1");
   CStorageWorkerConfig& a2 = MakeWorker(portA, "A2");
   CStorageWorkerConfig& a3 = MakeWorker(portA, "A3");
@@ -47,8 +48,8 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   EXPECT_TRUE(NothingSent()) << "the commit left everything clean";
 
   // Adds go before updates; the modified profile goes to both ports that use it.
-  fast.Set(0x86001008, 4u);
-  a1.Set(0x86002005, 8u);
+  fast.Set(ids::props::StorageWorkerProfile::BurstLength, 4u);
+  a1.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 8u);
   CStorageWorkerConfig& a4 = MakeWorker(portA, "A4");
   ApplyAfresh();
   ASSERT_EQ((Requests{{"BST_1.AddWorkers", {a4.GetHandle()}},
@@ -67,11 +68,11 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
 TEST_F(StorageIOApplyPathTest, AWorkerWithThreeTargetsGivesOneConfigWithThreeTargetSpecs) {
   core::CPort& port = MakePort("Port A");
   CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
-  worker.Set(0x86002003, 1000000ul);
-  worker.Set(0x86002004, 64ul);
-  worker.Set(0x86002005, 16u);
-  worker.Set(0x86002006, true);
-  worker.Set(0x86002007, 5u);
+  worker.Set(ids::props::StorageWorkerConfig::MaximumDiskSize, 1000000ul);
+  worker.Set(ids::props::StorageWorkerConfig::StartingDiskSector, 64ul);
+  worker.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 16u);
+  worker.Set(ids::props::StorageWorkerConfig::EnableTestConnectionRate, true);
+  worker.Set(ids::props::StorageWorkerConfig::TransactionsPerConnection, 5u);
   const CStorageDiscoveredTargets* targets[] = {&MakeTarget(worker, "PhysicalDrive1", 0x8c000000, 512),
                                                 &MakeTarget(worker, "C:", 0x8a000000, 4096),
                                                 &MakeTarget(worker, "sdc", 0x88000000, 512)};
@@ -112,7 +113,7 @@ TEST_F(StorageIOApplyPathTest, WhileATestRunsOnlyDeletionsAreSentAndTheRestWaits
 
   protocol().SetTestInProgress(true);
   CStorageDiscoveredTargets& added = MakeTarget(growing, "Disk 2");
-  fast.Set(0x86001002, 65536u);
+  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
   const framework::Handle leavingHandle = leaving.GetHandle();
   leaving.MarkDelete(true, true);
   ApplyAfresh();

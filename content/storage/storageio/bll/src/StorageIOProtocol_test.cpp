@@ -5,6 +5,7 @@
 #include "kel/framework/Project.h"
 #include "kel/framework/ScriptableCreator.h"
 #include "test/StorageIOTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -36,7 +37,7 @@ TEST_F(StorageIOProtocolTest, AnswersItsIdentity) {
   EXPECT_EQ("Switching", protocol->GetCategory());
   EXPECT_EQ("Storage", protocol->GetGroupName());
   EXPECT_EQ("BST_1", protocol->GetMsgSetName());
-  EXPECT_EQ(0x86002000u, protocol->GetManagedClassId());
+  EXPECT_EQ(ids::classes::StorageWorkerConfig, protocol->GetManagedClassId());
   EXPECT_EQ(1, protocol->GetCategoryStartPriority());
   EXPECT_EQ(5, protocol->GetProtocolStartPriority());
 }
@@ -45,7 +46,7 @@ TEST_F(StorageIOProtocolTest, KeepsOneDefaultProfileUnderTheProjectAndRemakesItW
   CStorageWorkerProfile* first = CStorageIOProtocol::Instance()->GetDefaultProfile();
   ASSERT_NE(nullptr, first);
   EXPECT_EQ("DefaultLoadProfile", first->GetName());
-  EXPECT_TRUE(first->GetBool(0x8600100b));
+  EXPECT_TRUE(first->GetBool(ids::props::StorageWorkerProfile::IsDefaultProfile));
   EXPECT_EQ(&CProject::Instance(), first->GetParent());
   EXPECT_EQ(first, CStorageIOProtocol::Instance()->GetDefaultProfile());
 

@@ -10,6 +10,7 @@
 #include "StorageWorkerResults.h"
 #include "kel/core/ClearResultsCommand.h"
 #include "test/StorageIORunTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -20,7 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr framework::PropId kMaxLatency = 0x8600801a;
+constexpr framework::PropId kMaxLatency = ids::props::StorageBaseResults::MaxLatency;
 
 class StorageIOStatisticsTest : public StorageIORunTest {
  protected:

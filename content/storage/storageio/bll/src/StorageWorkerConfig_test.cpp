@@ -4,6 +4,7 @@
 #include "StorageWorkerConfig.h"
 
 #include "test/StorageIOApplyTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -41,7 +42,7 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
 
   // Being the target's parent is not using it: only the worker-to-target relation counts.
   auto& third = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
-  third.Set(0x86003003, std::string("Disk 3"));
+  third.Set(ids::props::StorageDiscoveredTargets::VolumeName, std::string("Disk 3"));
   EXPECT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   ASSERT_TRUE(worker.AddObject(third, RelationType(kWorkerToTarget)));
   EXPECT_EQ(CScriptable::STATE_MODIFIED, worker.GetObjectState());
@@ -52,13 +53,13 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
   expectUpdateWith({"Disk 2", "Disk 3"});
 
   // A changed target sends its clean worker once more and is committed with it.
-  third.Set(0x86003003, std::string("Disk 3 renamed"));
+  third.Set(ids::props::StorageDiscoveredTargets::VolumeName, std::string("Disk 3 renamed"));
   ASSERT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   expectUpdateWith({"Disk 2", "Disk 3 renamed"});
   EXPECT_EQ(CScriptable::STATE_CLEAN, third.GetObjectState());
 
   // A Deleted_Local worker is skipped with a warning at every apply, neither updated nor deleted.
-  worker.Set(0x86002005, 4u);
+  worker.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 4u);
   worker.SetObjectState(CScriptable::STATE_DELETED_LOCAL);
   const std::string warning =
       "Trying to access wokerConfig whose state is Deleted or Deleted_Local. Skipping the config";

@@ -14,6 +14,7 @@
 #include "kel/framework/Project.h"
 #include "kel/framework/Scriptable.h"
 #include "kel/framework/ScriptableCreator.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace framework {
@@ -39,7 +40,7 @@ TEST(PluginLoadTest, RegistersItsProtocolAndEveryConcreteClassCanBeMade) {
     EXPECT_EQ(meta, object->GetMetaClass());
     object->Delete();
   }
-  EXPECT_THROW(CScriptableCreator().Create(0x86008000, &CProject::Instance()), CKelLogicError);
+  EXPECT_THROW(CScriptableCreator().Create(kel::storageio::ids::classes::StorageBaseResults, &CProject::Instance()), CKelLogicError);
 
   // Loading again registers the same singletons again.
   EXPECT_EQ(0, CPluginLoader::Instance().Load(STORAGEIO_PLUGIN_PATH).registerResult);

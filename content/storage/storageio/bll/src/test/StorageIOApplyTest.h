@@ -37,6 +37,7 @@
 #include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
 #include "test/StorageIOTest.h"
+#include "StorageIODataModelIds.h"
 
 extern "C" int PluginRegister();
 
@@ -153,9 +154,9 @@ class StorageIOApplyTest : public StorageIOTest {
   CStorageDiscoveredTargets& MakeTarget(CStorageWorkerConfig& worker, const std::string& volume,
                                         unsigned int type = 0x8c000000, unsigned int sectorSize = 512) {
     auto& target = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
-    target.Set(0x86003003, volume);
-    target.Set(0x8600300a, type);
-    target.Set(0x86003008, sectorSize);
+    target.Set(ids::props::StorageDiscoveredTargets::VolumeName, volume);
+    target.Set(ids::props::StorageDiscoveredTargets::TargetType, type);
+    target.Set(ids::props::StorageDiscoveredTargets::SectorSize, sectorSize);
     EXPECT_TRUE(worker.AddObject(target, framework::RelationType(kWorkerToTarget)));
     return target;
   }

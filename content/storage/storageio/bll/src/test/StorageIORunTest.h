@@ -17,6 +17,7 @@
 #include "StorageStartWorkerCommand.h"
 #include "kel/framework/CommandStatusManager.h"
 #include "test/StorageIOApplyTest.h"
+#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -138,8 +139,8 @@ class StorageIORunTest : public StorageIOApplyTest {
   // Whether start, stop and learn are enabled for the worker, in that order.
   static std::vector<bool> CommandStatus(const framework::CScriptable& worker) {
     const framework::CCommandStatusManager& status = framework::CCommandStatusManager::Instance();
-    return {status.GetCommandStatus(worker.GetHandle(), 0x86004000), status.GetCommandStatus(worker.GetHandle(), 0x86006000),
-            status.GetCommandStatus(worker.GetHandle(), 0x86005000)};
+    return {status.GetCommandStatus(worker.GetHandle(), ids::classes::StorageStartWorkerCommand), status.GetCommandStatus(worker.GetHandle(), ids::classes::StorageStopWorkerCommand),
+            status.GetCommandStatus(worker.GetHandle(), ids::classes::StorageLearnTargetsCommand)};
   }
   static std::vector<bool> Running() { return {false, true, false}; }
   static std::vector<bool> Idle() { return {true, false, true}; }
