@@ -47,6 +47,16 @@ class StorageCliTest : public ::testing::Test {
                  "test: {" + test + "}\n");
   }
 
+  // One agent port with one worker on `target`; `test` is the test section's content.
+  std::string AgentDescription(const std::string& endpoint, const std::string& target, const std::string& test) const {
+    return Write("agent.yaml",
+                 "ports:\n"
+                 "  - {name: remote, agent: {endpoint: '" + endpoint + "'}}\n"
+                 "workers:\n"
+                 "  - {name: w, port: remote, targets: [" + target + "]}\n"
+                 "test: {" + test + "}\n");
+  }
+
   std::filesystem::path m_folder;
 };
 
@@ -88,12 +98,7 @@ TEST_F(StorageCliTest, APortThatDoesNotAnswerFailsTheRunBeforeAnythingRuns) {
 
 TEST_F(StorageCliTest, ALostAgentFailsTheRunAndItsResultsAreKeptAsDeleted) {
   AgentProcess agent({"--engine", "model", "--target", "disk0:1GiB", "--warmup-ms", "50"}, Path("agent.log"));
-  const std::string description = Write("agent.yaml",
-                                        "ports:\n"
-                                        "  - {name: remote, agent: {endpoint: '" + agent.Endpoint() + "'}}\n"
-                                        "workers:\n"
-                                        "  - {name: w, port: remote, targets: [disk0]}\n"
-                                        "test: {duration: 60s}\n");
+  const std::string description = AgentDescription(agent.Endpoint(), "disk0", "duration: 60s");
   CliProcess run({"run", description, "--json", Path("out.json")}, Path("err.txt"));
   ASSERT_TRUE(run.WaitForOutput("t=", 20000)) << run.Output() << run.Errors();
   agent.Signal(SIGKILL);
@@ -107,12 +112,7 @@ TEST_F(StorageCliTest, ALostAgentFailsTheRunAndItsResultsAreKeptAsDeleted) {
 
 TEST_F(StorageCliTest, ATargetTheAgentDoesNotReportIsRefusedWithWhatItReports) {
   AgentProcess agent({"--engine", "model", "--target", "disk0:1GiB"}, Path("agent.log"));
-  const std::string description = Write("agent.yaml",
-                                        "ports:\n"
-                                        "  - {name: remote, agent: {endpoint: '" + agent.Endpoint() + "'}}\n"
-                                        "workers:\n"
-                                        "  - {name: w, port: remote, targets: [disk9]}\n"
-                                        "test: {duration: 5s}\n");
+  const std::string description = AgentDescription(agent.Endpoint(), "disk9", "duration: 5s");
   CliProcess run({"run", description}, Path("err.txt"));
   EXPECT_EQ(2, run.WaitForExit(20000)) << run.Output();
   EXPECT_THAT(run.Errors(), HasSubstr("worker w: port remote reports no target disk9; it reports disk0"));

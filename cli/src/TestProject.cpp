@@ -1,6 +1,7 @@
 #include "TestProject.h"
 
 #include <map>
+#include <optional>
 
 #include "ProjectBuilder.h"
 #include "port/engines/IoUringEngine.h"
@@ -76,13 +77,17 @@ storageio_port::ClientKeys KeysOf(const PortDescription& port) {
   }
 }
 
-// The description's readable names, turned into the data model's properties. Values left out
-// keep the data model's defaults.
+// Sets the property to the value the description gives; a value left out keeps the data
+// model's default.
+template <class Number>
+void SetIfGiven(PropertyTexts& properties, const char* name, const std::optional<Number>& value) {
+  if (value) properties[name] = std::to_string(*value);
+}
+
+// The description's readable names, turned into the data model's properties.
 PropertyTexts ProfileProperties(const ProfileDescription& profile) {
   PropertyTexts properties;
-  const auto set = [&](const char* name, const auto& value) {
-    if (value) properties[name] = std::to_string(*value);
-  };
+  const auto set = [&](const char* name, const auto& value) { SetIfGiven(properties, name, value); };
   set("TransferRequestSize", profile.transferSize);
   set("PercentReadDistribution", profile.readPercent);
   set("PercentRandomDistribution", profile.randomPercent);
@@ -102,9 +107,7 @@ PropertyTexts ProfileProperties(const ProfileDescription& profile) {
 
 PropertyTexts WorkerProperties(const WorkerDescription& worker) {
   PropertyTexts properties;
-  const auto set = [&](const char* name, const auto& value) {
-    if (value) properties[name] = std::to_string(*value);
-  };
+  const auto set = [&](const char* name, const auto& value) { SetIfGiven(properties, name, value); };
   set("OutstandingIOsPerTargetCount", worker.queueDepth);
   set("StartingDiskSector", worker.startSector);
   set("MaximumDiskSize", worker.sectors);
