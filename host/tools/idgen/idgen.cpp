@@ -5,8 +5,9 @@
 //
 // The header holds, in NAMESPACE: kIdBlock; in `classes`, each class id by class name; in `props`,
 // a namespace per class with each of its property ids by property name; in `relations`, each
-// relation id by relation name. Exits 1, naming the file and what is wrong, when the file cannot
-// be read or an entry lacks its id or name.
+// relation id by relation name; in `resources`, each string resource id by name, and
+// kResourceTexts, every resource's id with its text, for the plug-in to register. Exits 1, naming
+// the file and what is wrong, when the file cannot be read or an entry lacks its id or name.
 
 #include <yaml-cpp/yaml.h>
 
@@ -22,6 +23,20 @@ std::string Hex(const YAML::Node& id) {
   std::ostringstream text;
   text << "0x" << std::hex << id.as<unsigned long>();
   return text.str();
+}
+
+// A C++ string literal holding `text` exactly.
+std::string Literal(const std::string& text) {
+  std::string literal = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') literal += '\\';
+    if (c == '\n') {
+      literal += "\\n";
+      continue;
+    }
+    literal += c;
+  }
+  return literal + "\"";
 }
 
 void Require(const YAML::Node& entry, const char* what) {
@@ -55,7 +70,23 @@ std::string Header(const YAML::Node& root, const std::string& source, const std:
     out << "constexpr kel::framework::RelationId " << entry["name"].as<std::string>() << " = " << Hex(entry["id"])
         << ";\n";
   }
-  out << "}  // namespace relations\n\n}  // namespace " << space << "\n";
+  out << "}  // namespace relations\n\nnamespace resources {\n";
+  for (const YAML::Node& entry : root["resources"]) {
+    Require(entry, "resource");
+    if (!entry["text"]) throw std::runtime_error("the resource " + entry["name"].as<std::string>() + " lacks its text");
+    out << "constexpr long " << entry["name"].as<std::string>() << " = " << Hex(entry["id"]) << ";\n";
+  }
+  out << "}  // namespace resources\n";
+  if (root["resources"].size() > 0) {
+    out << "\nstruct ResourceText {\n  long id;\n  const char* text;\n};\n"
+        << "constexpr ResourceText kResourceTexts[] = {\n";
+    for (const YAML::Node& entry : root["resources"]) {
+      out << "    {resources::" << entry["name"].as<std::string>() << ", " << Literal(entry["text"].as<std::string>())
+          << "},\n";
+    }
+    out << "};\n";
+  }
+  out << "\n}  // namespace " << space << "\n";
   return out.str();
 }
 

@@ -94,6 +94,9 @@ TEST(StorageIODataModelIds, EveryIdIsTheOneTheDataModelFixes) {
       ID_ROW(ids::props::StorageBaseResults::MaxConnectionLatency, 0x8600801eu),
       ID_ROW(ids::relations::UsesProfile, 0x86000001u),
       ID_ROW(ids::relations::UsesTarget, 0x86000002u),
+      ID_ROW(ids::resources::TestStatus, 0x86000001u),
+      ID_ROW(ids::resources::ClearDuringTest, 0x86000002u),
+      ID_ROW(ids::resources::WorkerWithoutProfile, 0x86000003u),
   };
   for (const IdRow& row : rows) EXPECT_EQ(row.generated, row.fixed) << row.name;
 }

@@ -268,7 +268,7 @@ void CStorageIOProtocol::TestStatusHandler(unsigned short, Message* notification
   if (value >= 0 && value <= static_cast<int>(BST_1_bll::TestStatus_t::Done75Percent)) {
     framework::BLLLogger* log = userLogger();
     if (log != nullptr && log->IsEnabledFor(framework::LOG_LEVEL_INFO)) {
-      framework::ResourceFormatter text(kResTestStatus);
+      framework::ResourceFormatter text(ids::resources::TestStatus);
       text << port->GetName() << kProgressTexts[value];
       log->Info(text.ToString(), kSourcePath, __LINE__);
     }
@@ -414,7 +414,7 @@ void CStorageIOProtocol::ClearResult() {
   if (m_testInProgress) {
     framework::BLLLogger* log = userLogger();
     if (log != nullptr && log->IsEnabledFor(framework::LOG_LEVEL_WARN)) {
-      log->Warn(framework::ResourceFormatter(kResClearDuringTest).ToString(), kSourcePath, __LINE__);
+      log->Warn(framework::ResourceFormatter(ids::resources::ClearDuringTest).ToString(), kSourcePath, __LINE__);
     }
     return;
   }

@@ -108,7 +108,7 @@ bool CStorageWorkerConfig::ValidateWorker(core::ValidationContext& ctx) {
   const framework::CScriptable* profile =
       GetObject(CStorageWorkerProfile::CLASS_ID(), RelationType(kWorkerToProfile));
   if (profile != nullptr && profile->GetActive()) return true;
-  framework::ResourceFormatter text(kResWorkerWithoutProfile);
+  framework::ResourceFormatter text(ids::resources::WorkerWithoutProfile);
   text << GetName();
   ctx.AddError(std::string(kSourcePath) + "174", text.ToString());
   return false;

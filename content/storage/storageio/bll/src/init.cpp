@@ -31,23 +31,19 @@ bool s_dataModelActivated = false;
 
 }  // namespace
 
-// Adds the plug-in's three string resources.
+// Adds the plug-in's string resources, as its class descriptions list them.
 class StorageIOResourceRegisterer {
  public:
   StorageIOResourceRegisterer() {
     framework::CResourceManager& resources = framework::CResourceManager::Instance();
-    resources.AddStringResource(kResTestStatus, "Test on Status on {1}: {2}.");
-    resources.AddStringResource(kResClearDuringTest,
-                                "StorageIO results cannot be cleared while the StorageIO test is in progress.");
-    resources.AddStringResource(kResWorkerWithoutProfile,
-                                "StorageWorkerConfig {1} does not have a profile associated with it.");
+    for (const ids::ResourceText& resource : ids::kResourceTexts) resources.AddStringResource(resource.id, resource.text);
   }
 };
 
 bool InitAttributeBuilder() {
   if (s_dataModelActivated) return true;
   s_dataModelActivated = true;
-  framework::CMetaClassManager::Instance().ActivateDataModel(kIdBlock);
+  framework::CMetaClassManager::Instance().ActivateDataModel(ids::kIdBlock);
   return true;
 }
 

@@ -1,6 +1,7 @@
 // Registration as the host sees it when it calls the entry points of the plug-in's objects.
 
 #include "StorageIOClass.h"
+#include "StorageIODataModelIds.h"
 #include "StorageIOProtocol.h"
 #include "StorageIOResultsHandler.h"
 #include "StorageWaitForTestCompletionCommand.h"
@@ -33,11 +34,11 @@ TEST_F(RegistrationTest, RegisteringTwiceAddsTheSameResourcesSingletonsAndDataMo
   EXPECT_EQ(protocol, core::CProtocolModule::Instance().FindProtocol("StorageIO"));
   EXPECT_EQ(&CStorageIOResultsHandler::Instance(),
             core::CResultModule::Instance().FindResultHandler("CStorageIOResultsHandler"));
-  EXPECT_EQ("Test on Status on {1}: {2}.", CResourceManager::Instance().GetStringResource(0x86000001));
+  EXPECT_EQ("Test on Status on {1}: {2}.", CResourceManager::Instance().GetStringResource(ids::resources::TestStatus));
   EXPECT_EQ("StorageIO results cannot be cleared while the StorageIO test is in progress.",
-            CResourceManager::Instance().GetStringResource(0x86000002));
+            CResourceManager::Instance().GetStringResource(ids::resources::ClearDuringTest));
   EXPECT_EQ("StorageWorkerConfig {1} does not have a profile associated with it.",
-            CResourceManager::Instance().GetStringResource(0x86000003));
+            CResourceManager::Instance().GetStringResource(ids::resources::WorkerWithoutProfile));
   EXPECT_EQ(2u, m_log->Messages("content.storage.storageio").size());
   EXPECT_TRUE(m_log->Contains("content.storage.storageio", "Registering StorageIO"));
   EXPECT_EQ(0, PluginUnregister());
@@ -45,10 +46,10 @@ TEST_F(RegistrationTest, RegisteringTwiceAddsTheSameResourcesSingletonsAndDataMo
   EXPECT_STREQ("Norvale_Probeworks_Version_String_Place_Holder_4.81.2726.0000", PluginVersion());
 
   EXPECT_TRUE(InitAttributeBuilder());
-  EXPECT_TRUE(CMetaClassManager::Instance().IsDataModelActive(0x86000000));
-  EXPECT_EQ(13u, CMetaClassManager::Instance().GetClassesOfBlock(0x86000000).size());
-  EXPECT_TRUE(CMetaClassManager::Instance().GetRelation(0x86000001)->single);
-  EXPECT_FALSE(CMetaClassManager::Instance().GetRelation(0x86000002)->single);
+  EXPECT_TRUE(CMetaClassManager::Instance().IsDataModelActive(ids::kIdBlock));
+  EXPECT_EQ(13u, CMetaClassManager::Instance().GetClassesOfBlock(ids::kIdBlock).size());
+  EXPECT_TRUE(CMetaClassManager::Instance().GetRelation(ids::relations::UsesProfile)->single);
+  EXPECT_FALSE(CMetaClassManager::Instance().GetRelation(ids::relations::UsesTarget)->single);
   EXPECT_TRUE(CMetaClassManager::Instance().TakeDataModelErrors().empty());
 }
 
