@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "msg/BST_1.h"
+#include "msg/bst_1_statistics.h"
 #include "tm/Tm_wire.h"
 
 namespace {
@@ -34,17 +35,9 @@ StorageBaseResults_s statistics(unsigned int seed) {
   block.ConnectionCount = 1 + seed % 64;
   block.ReadErrors = seed % 7;
   block.WriteErrors = seed % 5;
-  double* doubles[] = {&block.TotalReadLatency, &block.TotalWriteLatency, &block.TotalTransactionLatency,
-                       &block.TotalConnectionLatency, &block.AvgIOPerSecond, &block.AvgReadOperationsPerSecond,
-                       &block.AvgWriteOperationsPerSecond, &block.AvgTransactionsPerSecond,
-                       &block.AvgConnectionsPerSecond, &block.AvgMBps, &block.AvgMBReadPerSecond,
-                       &block.AvgMBWritePerSecond, &block.AvgLatency, &block.AvgReadLatency,
-                       &block.AvgWriteLatency, &block.AvgTransactionLatency, &block.AvgConnectionLatency,
-                       &block.MaxLatency, &block.MaxReadLatency, &block.MaxWriteLatency,
-                       &block.MaxTransactionLatency, &block.MaxConnectionLatency};
   double value = 0.137 * (seed + 1);
-  for (double* field : doubles) {
-    *field = value;
+  for (double StorageBaseResults_s::*field : bst_1_bll::kDoubleFields) {
+    block.*field = value;
     value = value * 1.618 + 0.001;
   }
   return block;

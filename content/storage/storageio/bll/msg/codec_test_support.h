@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "msg/BST_1.h"
+#include "msg/bst_1_statistics.h"
 #include "tm/Tm_wire.h"
 
 namespace codec_test {
@@ -53,22 +54,10 @@ inline bst_1_bll::StorageBaseResults_s base_results(unsigned int seed) {
   bst_1_bll::StorageBaseResults_s block;
   block.Result = {static_cast<unsigned char>(seed % 3), 5000 + seed};
   unsigned long counter = 1'000'000'007ul * (seed + 1);
-  for (unsigned long* field : {&block.BytesRead, &block.BytesWritten, &block.ReadTransactionCount,
-                               &block.WriteTransactionCount, &block.AllTransactionCount,
-                               &block.ConnectionCount, &block.ReadErrors, &block.WriteErrors}) {
-    *field = counter++;
-  }
+  for (unsigned long bst_1_bll::StorageBaseResults_s::*field : bst_1_bll::kCounterFields) block.*field = counter++;
   double value = 0.25 + seed;
-  for (double* field : {&block.TotalReadLatency, &block.TotalWriteLatency, &block.TotalTransactionLatency,
-                        &block.TotalConnectionLatency, &block.AvgIOPerSecond,
-                        &block.AvgReadOperationsPerSecond, &block.AvgWriteOperationsPerSecond,
-                        &block.AvgTransactionsPerSecond, &block.AvgConnectionsPerSecond, &block.AvgMBps,
-                        &block.AvgMBReadPerSecond, &block.AvgMBWritePerSecond, &block.AvgLatency,
-                        &block.AvgReadLatency, &block.AvgWriteLatency, &block.AvgTransactionLatency,
-                        &block.AvgConnectionLatency, &block.MaxLatency, &block.MaxReadLatency,
-                        &block.MaxWriteLatency, &block.MaxTransactionLatency,
-                        &block.MaxConnectionLatency}) {
-    *field = value;
+  for (double bst_1_bll::StorageBaseResults_s::*field : bst_1_bll::kDoubleFields) {
+    block.*field = value;
     value += 1.5;
   }
   return block;

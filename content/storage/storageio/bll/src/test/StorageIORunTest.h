@@ -16,8 +16,9 @@
 #include "StorageBaseResults.h"
 #include "StorageStartWorkerCommand.h"
 #include "kel/framework/CommandStatusManager.h"
-#include "test/StorageIOApplyTest.h"
 #include "StorageIODataModelIds.h"
+#include "msg/bst_1_statistics.h"
+#include "test/StorageIOApplyTest.h"
 
 namespace kel {
 namespace storageio {
@@ -28,41 +29,20 @@ using TargetRecords = std::vector<bst_1_bll::StorageDiscoveredTargetResults_s>;
 // The 30 values of a record or result object, counters first, in property order.
 using Figures = std::vector<double>;
 
-// The record's 30 value fields, in property order.
-inline const std::vector<unsigned long Record::*>& CounterFields() {
-  static const std::vector<unsigned long Record::*> fields = {
-      &Record::BytesRead,           &Record::BytesWritten,    &Record::ReadTransactionCount,
-      &Record::WriteTransactionCount, &Record::AllTransactionCount, &Record::ConnectionCount,
-      &Record::ReadErrors,          &Record::WriteErrors};
-  return fields;
-}
-inline const std::vector<double Record::*>& DoubleFields() {
-  static const std::vector<double Record::*> fields = {
-      &Record::TotalReadLatency,        &Record::TotalWriteLatency,          &Record::TotalTransactionLatency,
-      &Record::TotalConnectionLatency,  &Record::AvgIOPerSecond,             &Record::AvgReadOperationsPerSecond,
-      &Record::AvgWriteOperationsPerSecond, &Record::AvgTransactionsPerSecond, &Record::AvgConnectionsPerSecond,
-      &Record::AvgMBps,                 &Record::AvgMBReadPerSecond,         &Record::AvgMBWritePerSecond,
-      &Record::AvgLatency,              &Record::AvgReadLatency,             &Record::AvgWriteLatency,
-      &Record::AvgTransactionLatency,   &Record::AvgConnectionLatency,       &Record::MaxLatency,
-      &Record::MaxReadLatency,          &Record::MaxWriteLatency,            &Record::MaxTransactionLatency,
-      &Record::MaxConnectionLatency};
-  return fields;
-}
-
 // A record for the object with that handle whose 30 values are distinct multiples of `scale`.
 inline Record RecordFor(framework::Handle handle, unsigned long scale) {
   Record record;
   record.Result.BllHandle = handle;
   unsigned long step = 0;
-  for (unsigned long Record::*field : CounterFields()) record.*field = ++step * scale;
-  for (double Record::*field : DoubleFields()) record.*field = static_cast<double>(++step * scale) * 0.25;
+  for (unsigned long Record::*field : bst_1_bll::kCounterFields) record.*field = ++step * scale;
+  for (double Record::*field : bst_1_bll::kDoubleFields) record.*field = static_cast<double>(++step * scale) * 0.25;
   return record;
 }
 
 inline Figures FiguresOf(const Record& record) {
   Figures figures;
-  for (unsigned long Record::*field : CounterFields()) figures.push_back(static_cast<double>(record.*field));
-  for (double Record::*field : DoubleFields()) figures.push_back(record.*field);
+  for (unsigned long Record::*field : bst_1_bll::kCounterFields) figures.push_back(static_cast<double>(record.*field));
+  for (double Record::*field : bst_1_bll::kDoubleFields) figures.push_back(record.*field);
   return figures;
 }
 
