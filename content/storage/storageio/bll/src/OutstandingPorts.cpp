@@ -32,7 +32,7 @@ core::CPort* OutstandingPorts::PortOfAnswer(void* context) const {
   const char* const kSourcePath = m_sourcePath;  // the command's, as its log records name it
   core::CPort* port = FindPort(HandleFromCookie(context));
   if (port == nullptr) {
-    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
+    STORAGEIO_LOG_WARN(devLogger(), texts::kPortOfAnswerNotFound);
   }
   return port;
 }

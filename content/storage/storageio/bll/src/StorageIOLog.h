@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "StorageIOTexts.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/Logger.h"
 
@@ -27,11 +28,12 @@ namespace {
 
 }  // namespace
 
-// Throws CKelLogicError "Assertion Failed: <message> Expression: <expression> File: <file> Line: <line>".
-[[noreturn]] inline void ThrowAssertion(const std::string& message, const char* expression, const char* file,
-                                        int line) {
+// Throws CKelLogicError "Assertion Failed: <message> Expression: <expression> File: <file> Line: <line>"
+// for `assertion`, raised in `file`; `lineOfCheck` (__LINE__) is the line when the assertion fixes none.
+[[noreturn]] inline void ThrowAssertion(const texts::Assertion& assertion, const char* file, int lineOfCheck) {
   std::ostringstream text;
-  text << "Assertion Failed: " << message << " Expression: " << expression << " File: " << file << " Line: " << line;
+  text << "Assertion Failed: " << assertion.message << " Expression: " << assertion.expression << " File: " << file
+       << " Line: " << (assertion.line != texts::kLineOfTheCheck ? assertion.line : lineOfCheck);
   throw framework::CKelLogicError(text.str());
 }
 

@@ -30,15 +30,14 @@ BST_1_bll::WorkerConfig_s WorkerConfigOf(const framework::CScriptable& worker) {
   const framework::CScriptable* profile =
       worker.GetObject(CStorageWorkerProfile::CLASS_ID(), framework::RelationType(kWorkerToProfile));
   if (profile == nullptr) {
-    ThrowAssertion("CStorageIOProtocol::BuildAndSendWorkerMessage worker does not have a profile", "profile",
-                   kSourcePath, 604);
+    ThrowAssertion(texts::kWorkerWithoutProfileToSend, kSourcePath, __LINE__);
   }
   framework::ScriptableVec targets;
   worker.GetObjects(targets, CStorageDiscoveredTargets::CLASS_ID(), framework::RelationType(kWorkerToTarget));
   BST_1_bll::WorkerConfig_s config;
   for (const framework::CScriptable* scrip : targets) {
     if (scrip == nullptr) {
-      ThrowAssertion("NULL obtained for scrip in BuildAndSendWorkerMessage", "scrip", kSourcePath, 616);
+      ThrowAssertion(texts::kNullTargetToSend, kSourcePath, __LINE__);
     }
     BST_1_bll::TargetSpec_s target;
     target.Type = scrip->GetU32(ids::props::StorageDiscoveredTargets::TargetType);

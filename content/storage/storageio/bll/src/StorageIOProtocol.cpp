@@ -44,11 +44,6 @@ constexpr framework::PropId kIsDefaultProfile = ids::props::StorageWorkerProfile
 constexpr std::size_t kMostPortsNamed = 10;
 
 
-// What the user log shows for the progress values 0 to 6.
-const char* const kProgressTexts[] = {"Preparing Disks",      "Starting Test", "Beginning IO Operations",
-                                      "Recording statistics", "25% Done",      "50% Done",
-                                      "75% Done"};
-
 }  // namespace
 
 CStorageIOProtocol* CStorageIOProtocol::s_instance = nullptr;
@@ -103,7 +98,7 @@ CStorageWorkerProfile* CStorageIOProtocol::GetDefaultProfile() {
   m_defaultProfile = static_cast<CStorageWorkerProfile*>(framework::CScriptableCreator().Create(
       CStorageWorkerProfile::CLASS_ID(), &framework::CProject::GetCurrentActiveInstance(), true, true, 0));
   if (m_defaultProfile == nullptr) {
-    ThrowAssertion("Cannot create default profile under project", "m_defaultProfile", kSourcePath, 1132);
+    ThrowAssertion(texts::kNoDefaultProfile, kSourcePath, __LINE__);
   }
   m_defaultProfile->Set(framework::prop::Name, std::string(kDefaultProfileName));
   m_defaultProfile->Set(kIsDefaultProfile, true);
@@ -150,11 +145,10 @@ void CStorageIOProtocol::InsertGlobalConfigIntoCache(ScriptableVec& profiles, Sc
 
 void CStorageIOProtocol::BuildAddModifyObjectMap(const core::CPort& port, CScriptable* obj) {
   if (obj == nullptr) {
-    ThrowAssertion("Null obj passed into CStorageIOProtocol::BuildAddModifyObjectMap ", "obj", kSourcePath, 490);
+    ThrowAssertion(texts::kNullObjectToMap, kSourcePath, __LINE__);
   }
   if (!obj->IsTypeOf(CStorageWorkerConfig::CLASS_ID())) {
-    ThrowAssertion("CStorageIOProtocol::BuildAddModifyObjectMap must get object of type STORAGEIO_StorageWorkerConfig",
-                   "obj->IsTypeOf(STORAGEIO_StorageWorkerConfig)", kSourcePath, 492);
+    ThrowAssertion(texts::kNotAWorkerToMap, kSourcePath, __LINE__);
   }
   if (obj->GetActive()) {
     const CScriptable::State state = static_cast<CStorageWorkerConfig*>(obj)->ProcessConfigForCache(GetDirtyVec());
@@ -259,7 +253,7 @@ void CStorageIOProtocol::TestStatusHandler(unsigned short, Message* notification
   const std::uint32_t handle = HandleFromCookie(context);
   core::CPort* port = FindPort(handle);
   if (port == nullptr) {
-    STORAGEIO_LOG_WARN(devLogger(), "Cannot find port for processing the response ParseResponseLearnTargets ");
+    STORAGEIO_LOG_WARN(devLogger(), texts::kPortOfAnswerNotFound);
     return;
   }
   BST_1_bll::TestStatus_t progress = BST_1_bll::TestStatus_t::Max;
@@ -269,7 +263,7 @@ void CStorageIOProtocol::TestStatusHandler(unsigned short, Message* notification
     framework::BLLLogger* log = userLogger();
     if (log != nullptr && log->IsEnabledFor(framework::LOG_LEVEL_INFO)) {
       framework::ResourceFormatter text(ids::resources::TestStatus);
-      text << port->GetName() << kProgressTexts[value];
+      text << port->GetName() << texts::kProgress[value];
       log->Info(text.ToString(), kSourcePath, __LINE__);
     }
     return;
@@ -294,13 +288,13 @@ void CStorageIOProtocol::EndTestProcessor(unsigned int portHandle, core::CPort* 
     if (rpc.DeregisterForNotification(GetMessenger(*port), resultsRequest, entry->second.second) != 0) {
       throw framework::CKelRunTimeError("BAD RPC MESSAGE ERROR: Error in BLL-IL communication. ");
     }
-    STORAGEIO_LOG_INFO(userLogger(), "Storage test on port" << port->GetName() << " has finished.");
+    STORAGEIO_LOG_INFO(userLogger(), texts::kPortFinishedBefore << port->GetName() << texts::kPortFinishedAfter);
     m_testRunningPortSet.erase(entry);
   }
   if (m_testRunningPortSet.empty()) {
     m_testInProgress = false;
     SetTestCommandStatus(true);
-    STORAGEIO_LOG_INFO(userLogger(), "The Storage test has been completed.");
+    STORAGEIO_LOG_INFO(userLogger(), texts::kTestCompleted);
   }
 }
 
@@ -429,14 +423,14 @@ void CStorageIOProtocol::ClearResult() {
 void CStorageIOProtocol::DoValidatePort(core::ValidationContext& ctx, const core::CPort& port) {
   const struct {
     ObjType kind;
-    int line;
-  } kinds[] = {{OBJ_CREATED, 473}, {OBJ_MODIFIED, 482}};
+    const texts::Assertion& nullWorker;
+  } kinds[] = {{OBJ_CREATED, texts::kNullCreatedWorker}, {OBJ_MODIFIED, texts::kNullModifiedWorker}};
   for (const auto& kind : kinds) {
     const ConfigSet* workers = GetConfigsFromCache(port, CStorageWorkerConfig::CLASS_ID(), kind.kind);
     if (workers == nullptr) continue;
     for (CScriptable* worker : *workers) {
       if (worker == nullptr) {
-        ThrowAssertion("Expected a storage worker configuration object.", "worker != NULL", kSourcePath, kind.line);
+        ThrowAssertion(kind.nullWorker, kSourcePath, __LINE__);
       }
       static_cast<CStorageWorkerConfig*>(worker)->ValidateWorker(ctx);
     }
@@ -450,7 +444,7 @@ void CStorageIOProtocol::DoValidateProject(core::ValidationContext& ctx) {
 
 void CStorageIOProtocol::DoValidatePortGroupUsage(core::ValidationContext& ctx) {
   auto* project = dynamic_cast<framework::CProject*>(ctx.GetObjectUnderValidation());
-  if (project == nullptr) ThrowAssertion("Expected a Project object.", "pProject != NULL", kSourcePath, 312);
+  if (project == nullptr) ThrowAssertion(texts::kNoProject, kSourcePath, __LINE__);
   UsedPortGroupMap usedPortGroups;
   DoValidateUpdateUsedPortGroups(usedPortGroups, *project);
   DoValidateReportPortGroupUsageErrors(usedPortGroups, ctx);
@@ -463,7 +457,7 @@ void CStorageIOProtocol::DoValidateUpdateUsedPortGroups(UsedPortGroupMap& usedPo
   const bool simulation = framework::CKelSystem::Instance().GetBool(framework::prop::SimulationMode);
   for (CScriptable* object : ports) {
     const auto* port = dynamic_cast<const core::CPort*>(object);
-    if (port == nullptr) ThrowAssertion("Expected a port object.", "pPort != NULL", kSourcePath, 227);
+    if (port == nullptr) ThrowAssertion(texts::kNullPort, kSourcePath, __LINE__);
     if (!port->GetBool(core::prop::ReservedForTesting) && !simulation) continue;
     bool settled = false;
     for (ObjType kind : {OBJ_CREATED, OBJ_MODIFIED, OBJ_CLEAN}) {
@@ -471,7 +465,7 @@ void CStorageIOProtocol::DoValidateUpdateUsedPortGroups(UsedPortGroupMap& usedPo
       if (workers == nullptr) continue;
       for (CScriptable* worker : *workers) {
         if (worker == nullptr) {
-          ThrowAssertion("Expected a storage worker configuration object.", "pWorker != NULL", kSourcePath, 253);
+          ThrowAssertion(texts::kNullPortWorker, kSourcePath, __LINE__);
         }
         settled = DoValidateUpdateUsedPortGroups(usedPortGroups, *port, *static_cast<CStorageWorkerConfig*>(worker));
         if (settled) break;
@@ -487,8 +481,7 @@ bool CStorageIOProtocol::DoValidateUpdateUsedPortGroups(UsedPortGroupMap& usedPo
   if (!worker.GetActive()) return false;
   const auto result = usedPortGroups.emplace(port.GetPortGroup(), std::vector<const core::CPort*>());
   if (result.first == usedPortGroups.end()) {
-    ThrowAssertion("Unable to insert a port group entry into a container during StorageIOProtocol validation.",
-                   "result.first != rUsedPortGroups.end()", kSourcePath, 209);
+    ThrowAssertion(texts::kPortGroupNotInserted, kSourcePath, __LINE__);
   }
   result.first->second.push_back(&port);
   return true;

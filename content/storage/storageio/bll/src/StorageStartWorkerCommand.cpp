@@ -125,7 +125,7 @@ bool CStorageStartWorkerCommand::DoRun() {
   }
 
   if (!m_outstanding.Wait()) {
-    STORAGEIO_LOG_ERROR(devLogger(), "StorageStartWorkerCommand: Timed out waiting for workers to complete.");
+    STORAGEIO_LOG_ERROR(devLogger(), texts::kStartTimedOut);
     m_outstanding.Clear();
   }
   protocol->SetTestCommandStatus(false);

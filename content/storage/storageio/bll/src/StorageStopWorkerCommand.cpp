@@ -32,11 +32,11 @@ CStorageStopWorkerCommand::CStorageStopWorkerCommand()
 bool CStorageStopWorkerCommand::DoRun() {
   CStorageIOProtocol* protocol = CStorageIOProtocol::Instance();
   if (!protocol->IsTestInProgress()) {
-    STORAGEIO_LOG_INFO(stopUserLogger(), "There is no test running.Skipping stop");
+    STORAGEIO_LOG_INFO(stopUserLogger(), texts::kNothingToStop);
   } else {
     for (const auto& entry : protocol->GetTestRunningPortSet()) {
       core::CPort* port = FindPort(entry.first);
-      if (port == nullptr) ThrowAssertion("Cannot get the port from the port handle", "port", kSourcePath, 47);
+      if (port == nullptr) ThrowAssertion(texts::kNoPortOfHandle, kSourcePath, __LINE__);
       Message stop;
       BST_1_bll::create_req_StopTest(&stop);
       m_outstanding.Send(*port, stop, m_responseDelegate);

@@ -12,7 +12,6 @@ namespace storageio {
 
 namespace {
 const char* const kSourcePath = "content/storage/storageio/bll/src/StorageWorkerProfile";
-const char* const kNoPortInHandleSet = "Cannot get port from the portHndSet CStorageWorkerProfile::ProcessConfigForCache";
 }  // namespace
 
 STORAGEIO_DEFINE_CLASS(CStorageWorkerProfile, ids::classes::StorageWorkerProfile)
@@ -47,13 +46,11 @@ void CStorageWorkerProfile::BuildNewPortSet(PortSet& ports, framework::Scriptabl
     if (!worker->GetActive()) continue;
     framework::CScriptable* emd = worker->GetParent();
     if (emd == nullptr) {
-      ThrowAssertion("Cannot get parent from worker in CStorageWorkerProfile::BuildNewPortSet ", "emd", kSourcePath,
-                     __LINE__);
+      ThrowAssertion(texts::kWorkerWithoutParent, kSourcePath, __LINE__);
     }
     core::CPort* port = AffiliatedPort(*emd);
     if (port == nullptr) {
-      ThrowAssertion("Cannot get port from emd in CStorageWorkerProfile::BuildNewPortSet ", "port", kSourcePath,
-                     __LINE__);
+      ThrowAssertion(texts::kDeviceWithoutPort, kSourcePath, __LINE__);
     }
     ports.insert(port);
   }
@@ -65,7 +62,7 @@ framework::CScriptable::State CStorageWorkerProfile::ProcessConfigForCache(PortS
   if (state == STATE_DELETED || (!GetActive() && GetActivatedState() == 1)) {
     for (std::uint32_t handle : portHndSet) {
       core::CPort* port = FindPort(handle);
-      if (port == nullptr) ThrowAssertion(kNoPortInHandleSet, "port", kSourcePath, __LINE__);
+      if (port == nullptr) ThrowAssertion(texts::kNoPortInHandleSet, kSourcePath, __LINE__);
       if (IsEligiblePort(*port)) deleted.insert(port);
     }
     portHndSet.clear();
@@ -99,7 +96,7 @@ framework::CScriptable::State CStorageWorkerProfile::ProcessConfigForCache(PortS
       continue;
     }
     core::CPort* port = FindPort(*it);
-    if (port == nullptr) ThrowAssertion(kNoPortInHandleSet, "port", kSourcePath, __LINE__);
+    if (port == nullptr) ThrowAssertion(texts::kNoPortInHandleSet, kSourcePath, __LINE__);
     if (IsEligiblePort(*port)) {
       deleted.insert(port);
       it = portHndSet.erase(it);
