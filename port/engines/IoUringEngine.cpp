@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include "port/firmware/MonotonicClock.h"
-#include "port/targets/LayoutData.h"
 
 namespace storageio_port {
 
@@ -32,7 +30,7 @@ __kernel_timespec TimespecOf(double ms) {
 
 }  // namespace
 
-IoUringEngine::IoUringEngine() : m_fillState(MonotonicMs() * 1e6) { SetUpRing(m_ring); }
+IoUringEngine::IoUringEngine() : m_buffers(static_cast<std::uint64_t>(MonotonicMs() * 1e6)) { SetUpRing(m_ring); }
 
 IoUringEngine::~IoUringEngine() {
   // The kernel may still write into the buffers of what is in flight: wait for it first.
@@ -45,7 +43,6 @@ IoUringEngine::~IoUringEngine() {
     // A ring that fails now cannot be drained; tearing it down below cancels what it holds.
   }
   io_uring_queue_exit(&m_ring);
-  for (unsigned char* buffer : m_allBuffers) std::free(buffer);
 }
 
 IoEngine::TargetHandle IoUringEngine::Open(const TargetInfo& target, bool forWrites) {
@@ -96,7 +93,7 @@ void IoUringEngine::Submit(TargetHandle handle, const IoRequest& request) {
   m_freeSlots.pop_back();
   Slot& slot = m_slots[index];
   slot = Slot{handle, request.tag, request.length, request.isRead, 0,
-              TakeBuffer(request.length, target.bufferAlignment, !request.isRead)};
+              m_buffers.Take(request.length, target.bufferAlignment, !request.isRead)};
   if (request.isRead) {
     io_uring_prep_read(entry, target.file->fd(), slot.buffer, request.length, request.offset);
   } else {
@@ -147,7 +144,7 @@ void IoUringEngine::TakeCompletions(TargetHandle dropHandle) {
       m_ready.push_back(IoCompletion{slot.handle, slot.tag, slot.isRead, slot.length, nowMs,
                                      nowMs - slot.submittedMs, ok});
     }
-    GiveBack(slot.buffer, slot.length, target.bufferAlignment);
+    m_buffers.GiveBack(slot.buffer, slot.length, target.bufferAlignment);
     m_freeSlots.push_back(index);
   }
   io_uring_cq_advance(&m_ring, taken);
@@ -176,34 +173,6 @@ void IoUringEngine::Close(TargetHandle handle) {
                                [handle](const IoCompletion& c) { return c.handle == handle; }),
                 m_ready.end());
   target.file.reset();
-}
-
-unsigned char* IoUringEngine::TakeBuffer(std::uint32_t length, std::size_t alignment, bool forWrite) {
-  for (FreeBuffers& free : m_freeBuffers) {
-    if (free.length == length && free.alignment == alignment && !free.buffers.empty()) {
-      unsigned char* buffer = free.buffers.back();
-      free.buffers.pop_back();
-      return buffer;
-    }
-  }
-  void* memory = nullptr;
-  const std::size_t size = (std::max<std::size_t>(length, 1) + alignment - 1) / alignment * alignment;
-  if (posix_memalign(&memory, alignment, size) != 0) throw EngineError("No memory for an I/O buffer");
-  auto* buffer = static_cast<unsigned char*>(memory);
-  m_allBuffers.push_back(buffer);
-  // Write buffers hold pseudo-random bytes, so what the stamps leave is not compressible either.
-  if (forWrite) FillLayoutData(m_fillState++, 0, buffer, size);
-  return buffer;
-}
-
-void IoUringEngine::GiveBack(unsigned char* buffer, std::uint32_t length, std::size_t alignment) {
-  for (FreeBuffers& free : m_freeBuffers) {
-    if (free.length == length && free.alignment == alignment) {
-      free.buffers.push_back(buffer);
-      return;
-    }
-  }
-  m_freeBuffers.push_back(FreeBuffers{length, alignment, {buffer}});
 }
 
 }  // namespace storageio_port

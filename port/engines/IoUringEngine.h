@@ -9,8 +9,8 @@
 //   its completion is taken; every completion taken in one round shares that moment.
 // - Targets are opened through OpenTarget: O_DIRECT unless the target is buffered or its
 //   filesystem refuses it; the allow-list's identity and block-device rules hold.
-// - Buffers are aligned to 4096 bytes (or the target's direct-I/O alignment, if larger) and
-//   reused. Write buffers start as pseudo-random bytes and each write stamps its sequence number
+// - Buffers come from an IoBufferPool (huge pages where granted), aligned to 4096 bytes (or the
+//   target's direct-I/O alignment, if larger) and reused. Write buffers start as pseudo-random bytes and each write stamps its sequence number
 //   and offset into the first 16 bytes of every 4 KiB, so no two blocks written are alike and
 //   compressing or deduplicating targets are not flattered.
 // - A completion whose result is negative or shorter than the length is an error; it is not
@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "port/engines/IoBufferPool.h"
 #include "port/engines/IoEngine.h"
 #include "port/targets/TargetFile.h"
 
@@ -77,19 +78,12 @@ class IoUringEngine : public IoEngine {
     double submittedMs = 0;
     unsigned char* buffer = nullptr;
   };
-  struct FreeBuffers {
-    std::uint32_t length;
-    std::size_t alignment;
-    std::vector<unsigned char*> buffers;
-  };
 
   Target& TargetOf(TargetHandle handle);
   io_uring_sqe* NextEntry();
   void SubmitQueued(unsigned waitFor, double untilMs);
   // Takes every ready completion: those of `dropHandle` are forgotten, the others go to m_ready.
   void TakeCompletions(TargetHandle dropHandle);
-  unsigned char* TakeBuffer(std::uint32_t length, std::size_t alignment, bool forWrite);
-  void GiveBack(unsigned char* buffer, std::uint32_t length, std::size_t alignment);
 
   io_uring m_ring{};
   std::vector<Target> m_targets;  // handle h is m_targets[h - 1]
@@ -98,9 +92,7 @@ class IoUringEngine : public IoEngine {
   std::vector<std::uint32_t> m_queued;  // slots filled since the last submission
   std::uint64_t m_inFlight = 0;         // handed to the kernel, not yet completed
   std::vector<IoCompletion> m_ready;    // completed, not yet reaped
-  std::vector<FreeBuffers> m_freeBuffers;
-  std::vector<unsigned char*> m_allBuffers;
-  std::uint64_t m_fillState;
+  IoBufferPool m_buffers;
 };
 
 }  // namespace storageio_port
