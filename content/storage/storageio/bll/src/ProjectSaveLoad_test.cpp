@@ -48,11 +48,11 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
   core::CPort& portA = MakePort("Port A", "Module 1");
   MakePort("Port B");
   CStorageWorkerConfig& first = MakeWorker(portA, "First");
-  first.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 32u);
+  ProjectBuilder::Set(first, {{"OutstandingIOsPerTargetCount", "32"}});
   MakeTarget(first, "Disk 1", 0x8c000000, 4096);
   MakeTarget(first, "Disk 2");
   CStorageWorkerProfile& fast = MakeProfile("Fast");
-  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
+  ProjectBuilder::Set(fast, {{"TransferRequestSize", "65536"}});
   CStorageWorkerConfig& second = MakeWorker(portA, "Second");
   UseProfile(second, fast);
   Apply();

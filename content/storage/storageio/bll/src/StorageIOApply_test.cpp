@@ -17,7 +17,7 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   core::CPort& portA = MakePort("Port A");
   core::CPort& portB = MakePort("Port B");
   CStorageWorkerProfile& fast = MakeProfile("Fast");
-  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
+  ProjectBuilder::Set(fast, {{"TransferRequestSize", "65536"}});
   CStorageWorkerConfig& a1 = MakeWorker(portA, "A1");
   CStorageWorkerConfig& a2 = MakeWorker(portA, "A2");
   CStorageWorkerConfig& a3 = MakeWorker(portA, "A3");
@@ -68,11 +68,11 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
 TEST_F(StorageIOApplyPathTest, AWorkerWithThreeTargetsGivesOneConfigWithThreeTargetSpecs) {
   core::CPort& port = MakePort("Port A");
   CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
-  worker.Set(ids::props::StorageWorkerConfig::MaximumDiskSize, 1000000ul);
-  worker.Set(ids::props::StorageWorkerConfig::StartingDiskSector, 64ul);
-  worker.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 16u);
-  worker.Set(ids::props::StorageWorkerConfig::EnableTestConnectionRate, true);
-  worker.Set(ids::props::StorageWorkerConfig::TransactionsPerConnection, 5u);
+  ProjectBuilder::Set(worker, {{"MaximumDiskSize", "1000000"},
+                               {"StartingDiskSector", "64"},
+                               {"OutstandingIOsPerTargetCount", "16"},
+                               {"EnableTestConnectionRate", "true"},
+                               {"TransactionsPerConnection", "5"}});
   const CStorageDiscoveredTargets* targets[] = {&MakeTarget(worker, "PhysicalDrive1", 0x8c000000, 512),
                                                 &MakeTarget(worker, "C:", 0x8a000000, 4096),
                                                 &MakeTarget(worker, "sdc", 0x88000000, 512)};

@@ -79,8 +79,8 @@ TEST_F(StorageIOStatisticsTest, EveryLevelHoldsThePlainSumOfTheLevelBelowMaximaI
 TEST_F(StorageIOStatisticsTest, InactiveWorkersAndSharedDevicesCountOnlyWhereTheyShould) {
   core::CPort& port = MakePort("P1");
   core::CEmulatedDevice& shared = MakeDevice(port);
-  auto& first = Make<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), &shared);
-  auto& second = Make<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), &shared);
+  auto& first = Typed<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
+  auto& second = Typed<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
   CStorageWorkerConfig& alone = MakeWorker(port, "Alone");
   CStorageWorkerConfig& inactive = MakeWorker(port, "Inactive");
   StartTest({&first, &second, &alone, &inactive});
@@ -127,7 +127,7 @@ TEST_F(StorageIOStatisticsTest, TheProjectSumsEveryProfileResultAndNothingElse) 
 
 TEST_F(StorageIOStatisticsTest, ClearingIsRefusedWhileATestRunsAndZeroesEveryLevelAfterIt) {
   // Without workers there is nothing to clear, and nothing to warn about even during a test.
-  auto& stray = Make<CStorageProjectResults>(CStorageProjectResults::CLASS_ID(), &project());
+  auto& stray = Typed<CStorageProjectResults>(ProjectBuilder::Make("StorageProjectResults", &project()));
   stray.Set(kMaxLatency, 2.5);
   protocol().SetTestInProgress(true);
   ClearResults();

@@ -41,7 +41,7 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
   };
 
   // Being the target's parent is not using it: only the worker-to-target relation counts.
-  auto& third = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
+  auto& third = Typed<CStorageDiscoveredTargets>(ProjectBuilder::Make("StorageDiscoveredTargets", &worker));
   third.Set(ids::props::StorageDiscoveredTargets::VolumeName, std::string("Disk 3"));
   EXPECT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   ASSERT_TRUE(worker.AddObject(third, RelationType(kWorkerToTarget)));

@@ -179,8 +179,8 @@ TEST_F(StorageWorkerProfileTest, ABrokenModelFailsWithTheAssertionTexts) {
               Refused("Assertion Failed: Cannot get parent from worker in CStorageWorkerProfile::BuildNewPortSet  "
                          "Expression: emd File: content/storage/storageio/bll/src/StorageWorkerProfile Line: "));
 
-  auto& deviceWithoutPort = Make<core::CEmulatedDevice>(framework::classid::EmulatedDevice, &project());
-  workers = {&Make<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), &deviceWithoutPort)};
+  auto& deviceWithoutPort = ProjectBuilder::Make("EmulatedDevice", &project());
+  workers = {&ProjectBuilder::Make("StorageWorkerConfig", &deviceWithoutPort)};
   EXPECT_THAT([&] { profile.BuildNewPortSet(created, workers); },
               Refused("Assertion Failed: Cannot get port from emd in CStorageWorkerProfile::BuildNewPortSet  "
                          "Expression: port File: content/storage/storageio/bll/src/StorageWorkerProfile Line: "));

@@ -36,6 +36,7 @@
 #include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
+#include "ProjectBuilder.h"
 #include "test/StorageIOTest.h"
 #include "StorageIODataModelIds.h"
 
@@ -43,6 +44,8 @@ extern "C" int PluginRegister();
 
 namespace kel {
 namespace storageio {
+
+using storageio_project::ProjectBuilder;
 
 using AccessSpecs = std::vector<BST_1_bll::AccessSpec_s>;
 using WorkerConfigs = std::vector<BST_1_bll::WorkerConfig_s>;
@@ -118,10 +121,8 @@ class StorageIOApplyTest : public StorageIOTest {
   // A port reserved for testing (unless told otherwise) whose channel is a recorder; `group`
   // names its physical port group ("" for a group of its own).
   core::CPort& MakePort(const std::string& name, const std::string& group = "", bool reserved = true) {
-    auto& port = Make<core::CPort>(framework::classid::Port, &project());
-    port.Set(framework::prop::Name, name);
-    port.Set(core::prop::PortGroup, group);
-    port.Set(core::prop::ReservedForTesting, reserved);
+    core::CPort& port = ProjectBuilder::AddPort(name, "recorder://" + name, group);
+    if (!reserved) ProjectBuilder::Set(port, {{"ReservedForTesting", "false"}});
     AttachRecorder(port);
     return port;
   }
@@ -134,31 +135,24 @@ class StorageIOApplyTest : public StorageIOTest {
   }
   core::CRecorderMessenger& Recorder(const core::CPort& port) { return *LiveRecorders().at(port.GetHandle()); }
 
+  // A device on `port` with no worker yet.
   core::CEmulatedDevice& MakeDevice(core::CPort& port) {
-    auto& device = Make<core::CEmulatedDevice>(framework::classid::EmulatedDevice, &project());
+    auto& device = Typed<core::CEmulatedDevice>(ProjectBuilder::Make("EmulatedDevice", &project()));
     device.SetPort(&port);
     return device;
   }
-  // A worker on a device of its own on `port`.
+  // A worker on a device of its own on `port`, with the protocol's default profile.
   CStorageWorkerConfig& MakeWorker(core::CPort& port, const std::string& name) {
-    auto& worker = Make<CStorageWorkerConfig>(CStorageWorkerConfig::CLASS_ID(), &MakeDevice(port));
-    worker.Set(framework::prop::Name, name);
-    return worker;
+    return Typed<CStorageWorkerConfig>(ProjectBuilder::AddWorker(name, port));
   }
   CStorageWorkerProfile& MakeProfile(const std::string& name) {
-    auto& profile = Make<CStorageWorkerProfile>(CStorageWorkerProfile::CLASS_ID(), &project());
-    profile.Set(framework::prop::Name, name);
-    return profile;
+    return Typed<CStorageWorkerProfile>(ProjectBuilder::AddProfile(name));
   }
   // A target of the worker (its child, related over worker-to-target).
   CStorageDiscoveredTargets& MakeTarget(CStorageWorkerConfig& worker, const std::string& volume,
                                         unsigned int type = 0x8c000000, unsigned int sectorSize = 512) {
-    auto& target = Make<CStorageDiscoveredTargets>(CStorageDiscoveredTargets::CLASS_ID(), &worker);
-    target.Set(ids::props::StorageDiscoveredTargets::VolumeName, volume);
-    target.Set(ids::props::StorageDiscoveredTargets::TargetType, type);
-    target.Set(ids::props::StorageDiscoveredTargets::SectorSize, sectorSize);
-    EXPECT_TRUE(worker.AddObject(target, framework::RelationType(kWorkerToTarget)));
-    return target;
+    return Typed<CStorageDiscoveredTargets>(ProjectBuilder::AddTarget(
+        worker, {{"VolumeName", volume}, {"TargetType", std::to_string(type)}, {"SectorSize", std::to_string(sectorSize)}}));
   }
   // Relates the worker to `profile` instead of its current one.
   static void UseProfile(CStorageWorkerConfig& worker, CStorageWorkerProfile& profile) {
@@ -172,11 +166,7 @@ class StorageIOApplyTest : public StorageIOTest {
   // Runs the apply command as the user does and lets every reply arrive. The command's failure
   // (a refused validation) propagates. `validateOnly` asks for the verdict alone.
   void Apply(bool validateOnly = false) {
-    framework::CScriptableAutoPtr<core::CApplyToILCommand> apply(static_cast<core::CApplyToILCommand*>(
-        framework::CScriptableCreator().Create(core::CApplyToILCommand::CLASS_ID(), nullptr)));
-    ASSERT_NE(nullptr, apply.get());
-    apply->Set(core::prop::ValidateOnly, validateOnly);
-    apply->Execute(false);
+    ProjectBuilder::MakeApply(validateOnly)->Execute(false);
     framework::CTaskManager::Instance().RunUntilIdle();
   }
   // Applies after forgetting what the ports received so far, so a test reads one apply's requests.
@@ -211,11 +201,12 @@ class StorageIOApplyTest : public StorageIOTest {
     return true;
   }
 
+  // The plug-in's or host's own type of an object the builder made.
   template <class T>
-  static T& Make(framework::ClassId classId, framework::CScriptable* parent) {
-    auto* object = dynamic_cast<T*>(framework::CScriptableCreator().Create(classId, parent));
-    if (object == nullptr) throw framework::CKelLogicError("cannot make an object of class " + std::to_string(classId));
-    return *object;
+  static T& Typed(framework::CScriptable& object) {
+    auto* typed = dynamic_cast<T*>(&object);
+    if (typed == nullptr) throw framework::CKelLogicError("unexpected class of " + object.GetName());
+    return *typed;
   }
 
  private:

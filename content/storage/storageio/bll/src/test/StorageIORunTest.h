@@ -77,13 +77,14 @@ R* ResultOf(const framework::CScriptable& owner) {
 
 class StorageIORunTest : public StorageIOApplyTest {
  protected:
+  // The start command's own default; the ports here end a test when told to.
+  static constexpr unsigned kDurationSeconds = 60;
+
   // Runs the start command on the workers, as a user does; their ports run until they end.
   void StartTest(std::initializer_list<CStorageWorkerConfig*> workers) {
-    framework::CScriptableAutoPtr<CStorageStartWorkerCommand> start(static_cast<CStorageStartWorkerCommand*>(
-        framework::CScriptableCreator().Create(CStorageStartWorkerCommand::CLASS_ID(), nullptr)));
-    ASSERT_NE(nullptr, start.get());
-    for (const CStorageWorkerConfig* worker : workers) start->GetHostList().Add(worker->GetHandle());
-    start->Execute(false);
+    std::vector<framework::Handle> handles;
+    for (const CStorageWorkerConfig* worker : workers) handles.push_back(worker->GetHandle());
+    ProjectBuilder::MakeStart(handles, kDurationSeconds, false)->Execute(false);
     framework::CTaskManager::Instance().RunUntilIdle();
   }
 
