@@ -8,7 +8,6 @@
 #include "StorageProfileResults.h"
 #include "StorageProjectResults.h"
 #include "StorageWorkerResults.h"
-#include "kel/core/ClearResultsCommand.h"
 #include "test/StorageIORunTest.h"
 #include "StorageIODataModelIds.h"
 
@@ -27,9 +26,7 @@ class StorageIOStatisticsTest : public StorageIORunTest {
  protected:
   // The host's clear-results command, run as a user runs it.
   static void ClearResults() {
-    framework::CScriptableAutoPtr<core::CClearResultsCommand> clear(static_cast<core::CClearResultsCommand*>(
-        framework::CScriptableCreator().Create(core::CClearResultsCommand::CLASS_ID(), nullptr)));
-    ASSERT_NE(nullptr, clear.get());
+    ProjectBuilder::Command clear = ProjectBuilder::MakeCommand("ClearResultsCommand");
     clear->Execute(false);
     EXPECT_EQ(framework::CRunnable::STATE_COMPLETED, clear->GetRunnableState());
   }
