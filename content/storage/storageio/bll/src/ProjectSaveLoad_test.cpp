@@ -51,10 +51,8 @@ TEST_F(ProjectSaveLoadTest, ALoadedProjectKeepsItsObjectsRelationsAndDefaultProf
   ProjectBuilder::Set(first, {{"OutstandingIOsPerTargetCount", "32"}});
   MakeTarget(first, "Disk 1", 0x8c000000, 4096);
   MakeTarget(first, "Disk 2");
-  CStorageWorkerProfile& fast = MakeProfile("Fast");
-  ProjectBuilder::Set(fast, {{"TransferRequestSize", "65536"}});
-  CStorageWorkerConfig& second = MakeWorker(portA, "Second");
-  UseProfile(second, fast);
+  CStorageWorkerProfile& fast = MakeProfile("Fast", {{"TransferRequestSize", "65536"}});
+  MakeWorker(portA, "Second", &fast);
   Apply();
 
   framework::CProjectStore::Save(m_path);

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "test/StorageIOApplyTest.h"
-#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -16,14 +15,11 @@ class StorageIOApplyPathTest : public StorageIOApplyTest {};
 TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsFirst) {
   core::CPort& portA = MakePort("Port A");
   core::CPort& portB = MakePort("Port B");
-  CStorageWorkerProfile& fast = MakeProfile("Fast");
-  ProjectBuilder::Set(fast, {{"TransferRequestSize", "65536"}});
+  CStorageWorkerProfile& fast = MakeProfile("Fast", {{"TransferRequestSize", "65536"}});
   CStorageWorkerConfig& a1 = MakeWorker(portA, "A1");
   CStorageWorkerConfig& a2 = MakeWorker(portA, "A2");
-  CStorageWorkerConfig& a3 = MakeWorker(portA, "A3");
-  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1");
-  UseProfile(a3, fast);
-  UseProfile(b1, fast);
+  CStorageWorkerConfig& a3 = MakeWorker(portA, "A3", &fast);
+  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1", &fast);
   CStorageWorkerProfile& standard = *protocol().GetDefaultProfile();
 
   const Handles both = Sorted({standard.GetHandle(), fast.GetHandle()});
@@ -48,8 +44,8 @@ TEST_F(StorageIOApplyPathTest, EachPortGetsOneRequestPerKindAndClassAccessSpecsF
   EXPECT_TRUE(NothingSent()) << "the commit left everything clean";
 
   // Adds go before updates; the modified profile goes to both ports that use it.
-  fast.Set(ids::props::StorageWorkerProfile::BurstLength, 4u);
-  a1.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 8u);
+  ProjectBuilder::Set(fast, {{"BurstLength", "4"}});
+  ProjectBuilder::Set(a1, {{"OutstandingIOsPerTargetCount", "8"}});
   CStorageWorkerConfig& a4 = MakeWorker(portA, "A4");
   ApplyAfresh();
   ASSERT_EQ((Requests{{"BST_1.AddWorkers", {a4.GetHandle()}},
@@ -108,12 +104,12 @@ TEST_F(StorageIOApplyPathTest, WhileATestRunsOnlyDeletionsAreSentAndTheRestWaits
   MakeTarget(growing, "Disk 1");
   CStorageWorkerConfig& leaving = MakeWorker(portA, "Leaving");
   CStorageWorkerProfile& fast = MakeProfile("Fast");
-  UseProfile(MakeWorker(portB, "B1"), fast);
+  MakeWorker(portB, "B1", &fast);
   Apply();
 
   protocol().SetTestInProgress(true);
   CStorageDiscoveredTargets& added = MakeTarget(growing, "Disk 2");
-  fast.Set(ids::props::StorageWorkerProfile::TransferRequestSize, 65536u);
+  ProjectBuilder::Set(fast, {{"TransferRequestSize", "65536"}});
   const framework::Handle leavingHandle = leaving.GetHandle();
   leaving.MarkDelete(true, true);
   ApplyAfresh();

@@ -75,13 +75,14 @@ TEST_F(StorageIOStatisticsTest, EveryLevelHoldsThePlainSumOfTheLevelBelowMaximaI
 // while profiles, and so the project, count every active worker.
 TEST_F(StorageIOStatisticsTest, InactiveWorkersAndSharedDevicesCountOnlyWhereTheyShould) {
   core::CPort& port = MakePort("P1");
-  core::CEmulatedDevice& shared = MakeDevice(port);
-  auto& first = Typed<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
-  auto& second = Typed<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
+  auto& shared = As<core::CEmulatedDevice>(ProjectBuilder::Make("EmulatedDevice", &project()));
+  shared.SetPort(&port);
+  auto& first = As<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
+  auto& second = As<CStorageWorkerConfig>(ProjectBuilder::Make("StorageWorkerConfig", &shared));
   CStorageWorkerConfig& alone = MakeWorker(port, "Alone");
   CStorageWorkerConfig& inactive = MakeWorker(port, "Inactive");
   StartTest({&first, &second, &alone, &inactive});
-  inactive.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(inactive, {{"Active", "false"}});
 
   const Record r1 = RecordFor(first.GetHandle(), 1);
   const Record r2 = RecordFor(second.GetHandle(), 2);
@@ -124,7 +125,7 @@ TEST_F(StorageIOStatisticsTest, TheProjectSumsEveryProfileResultAndNothingElse) 
 
 TEST_F(StorageIOStatisticsTest, ClearingIsRefusedWhileATestRunsAndZeroesEveryLevelAfterIt) {
   // Without workers there is nothing to clear, and nothing to warn about even during a test.
-  auto& stray = Typed<CStorageProjectResults>(ProjectBuilder::Make("StorageProjectResults", &project()));
+  framework::CScriptable& stray = ProjectBuilder::Make("StorageProjectResults", &project());
   stray.Set(kMaxLatency, 2.5);
   protocol().SetTestInProgress(true);
   ClearResults();

@@ -42,7 +42,7 @@ TEST_F(StorageIOTestRunTest, TheTestCompletesOnlyWhenTheLastPortHasFinished) {
   CStorageWorkerConfig& w1 = MakeWorker(p1, "W1");
   CStorageWorkerConfig& w2 = MakeWorker(p2, "W2");
   CStorageWorkerConfig& inactive = MakeWorker(p1, "Inactive");
-  inactive.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(inactive, {{"Active", "false"}});
   const std::vector<bool> inactiveBefore = CommandStatus(inactive);
   const std::size_t registrationsBefore = core::CRpcManager::Instance().RegistrationCount();
   StartTest({&w1, &w2});

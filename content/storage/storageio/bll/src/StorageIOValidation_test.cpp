@@ -32,7 +32,7 @@ TEST_F(StorageIOValidationTest, AValidateOnlyApplyGivesTheVerdictAloneAndChanges
   std::vector<core::CPort*> ports = MakeGroup("A", 2);
   EXPECT_EQ(kConflict + "A port 1, A port 2", RefusedApplyText(/*validateOnly=*/true));
 
-  ports[1]->Set(core::prop::PortGroup, std::string("B"));
+  ProjectBuilder::Set(*ports[1], {{"PortGroup", "B"}});
   Apply(/*validateOnly=*/true);
   EXPECT_TRUE(NothingSent());
   // Nothing was committed: the real apply still sends every configuration as new.
@@ -47,7 +47,7 @@ TEST_F(StorageIOValidationTest, TwoPortsOfOneGroupAreRefusedAndNothingIsSent) {
   EXPECT_TRUE(NothingSent());
 
   // Nothing was committed either: once the conflict is gone the workers go out as new.
-  ports[1]->Set(core::prop::PortGroup, std::string("B"));
+  ProjectBuilder::Set(*ports[1], {{"PortGroup", "B"}});
   ApplyAfresh();
   EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(*ports[0]));
   EXPECT_EQ((Names{"BST_1.AddAccessSpecs", "BST_1.AddWorkers"}), Sent(*ports[1]));
@@ -77,9 +77,9 @@ TEST_F(StorageIOValidationTest, PortsWithoutAnActiveWorkerOrOutOfStorageTestsCau
   core::CPort& busy = MakePort("Busy", "G");
   MakeWorker(busy, "Busy worker");
   core::CPort& idle = MakePort("Idle", "G");
-  MakeWorker(idle, "Idle worker").Set(framework::prop::Active, false);
+  ProjectBuilder::Set(MakeWorker(idle, "Idle worker"), {{"Active", "false"}});
   core::CPort& own = MakePort("Own engine", "G");
-  own.Set(core::prop::OwnStorageEngine, static_cast<unsigned short>(1));
+  ProjectBuilder::Set(own, {{"OwnStorageEngine", "1"}});
   MakeWorker(own, "Own worker");
   core::CPort& spare = MakePort("Spare", "G", false);
   CStorageWorkerConfig& spareWorker = MakeWorker(spare, "Spare worker");

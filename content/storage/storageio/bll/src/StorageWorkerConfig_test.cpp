@@ -4,7 +4,6 @@
 #include "StorageWorkerConfig.h"
 
 #include "test/StorageIOApplyTest.h"
-#include "StorageIODataModelIds.h"
 
 namespace kel {
 namespace storageio {
@@ -41,8 +40,8 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
   };
 
   // Being the target's parent is not using it: only the worker-to-target relation counts.
-  auto& third = Typed<CStorageDiscoveredTargets>(ProjectBuilder::Make("StorageDiscoveredTargets", &worker));
-  third.Set(ids::props::StorageDiscoveredTargets::VolumeName, std::string("Disk 3"));
+  auto& third = As<CStorageDiscoveredTargets>(ProjectBuilder::Make("StorageDiscoveredTargets", &worker));
+  ProjectBuilder::Set(third, {{"VolumeName", "Disk 3"}});
   EXPECT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   ASSERT_TRUE(worker.AddObject(third, RelationType(kWorkerToTarget)));
   EXPECT_EQ(CScriptable::STATE_MODIFIED, worker.GetObjectState());
@@ -53,13 +52,13 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
   expectUpdateWith({"Disk 2", "Disk 3"});
 
   // A changed target sends its clean worker once more and is committed with it.
-  third.Set(ids::props::StorageDiscoveredTargets::VolumeName, std::string("Disk 3 renamed"));
+  ProjectBuilder::Set(third, {{"VolumeName", "Disk 3 renamed"}});
   ASSERT_EQ(CScriptable::STATE_CLEAN, worker.GetObjectState());
   expectUpdateWith({"Disk 2", "Disk 3 renamed"});
   EXPECT_EQ(CScriptable::STATE_CLEAN, third.GetObjectState());
 
   // A Deleted_Local worker is skipped with a warning at every apply, neither updated nor deleted.
-  worker.Set(ids::props::StorageWorkerConfig::OutstandingIOsPerTargetCount, 4u);
+  ProjectBuilder::Set(worker, {{"OutstandingIOsPerTargetCount", "4"}});
   worker.SetObjectState(CScriptable::STATE_DELETED_LOCAL);
   const std::string warning =
       "Trying to access wokerConfig whose state is Deleted or Deleted_Local. Skipping the config";
@@ -75,7 +74,7 @@ TEST_F(StorageWorkerConfigTest, ATargetAddedRemovedOrChangedSendsTheWorkerOnceMo
 TEST_F(StorageWorkerConfigTest, AnInactiveWorkerIsQueuedForTheNextApplyOutsideATestOnly) {
   core::CPort& port = MakePort("Port A");
   CStorageWorkerConfig& worker = MakeWorker(port, "Worker");
-  worker.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(worker, {{"Active", "false"}});
   const CStorageIOProtocol::ConfigSet* none = nullptr;
 
   protocol().BuildAddModifyObjectMap(port, &worker);

@@ -25,13 +25,12 @@ class StorageWorkerProfileTest : public StorageIOApplyTest {};
 TEST_F(StorageWorkerProfileTest, ACleanProfileReachingAnotherPortIsAnAddThereNeverAnUpdate) {
   core::CPort& portA = MakePort("Port A");
   CStorageWorkerProfile& profile = MakeProfile("Mixed");
-  UseProfile(MakeWorker(portA, "A1"), profile);
+  MakeWorker(portA, "A1", &profile);
   Apply();
   EXPECT_EQ(PortHandles{portA.GetHandle()}, profile.portHndSet);
 
   core::CPort& portB = MakePort("Port B");
-  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1");
-  UseProfile(b1, profile);
+  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1", &profile);
   ApplyAfresh();
   EXPECT_TRUE(Sent(portA).empty());
   EXPECT_EQ((Requests{{"BST_1.AddAccessSpecs", {profile.GetHandle()}}, {"BST_1.AddWorkers", {b1.GetHandle()}}}),
@@ -46,22 +45,20 @@ TEST_F(StorageWorkerProfileTest, AProfileLeavesAPortThatNoActiveWorkerOfItUses) 
   core::CPort& portB = MakePort("Port B");
   CStorageWorkerProfile& profile = MakeProfile("Mixed");
   CStorageWorkerProfile& standard = *protocol().GetDefaultProfile();
-  CStorageWorkerConfig& a1 = MakeWorker(portA, "A1");
-  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1");
-  UseProfile(a1, profile);
-  UseProfile(b1, profile);
+  CStorageWorkerConfig& a1 = MakeWorker(portA, "A1", &profile);
+  CStorageWorkerConfig& b1 = MakeWorker(portB, "B1", &profile);
   const Handles mixed = {profile.GetHandle()};
   Apply();
 
   // A deactivated profile leaves every port, and returns to them when activated again.
-  profile.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(profile, {{"Active", "false"}});
   ApplyAfresh();
   EXPECT_EQ((Requests{{"BST_1.DeleteAccessSpecs", mixed}}), Received(portA));
   EXPECT_EQ((Requests{{"BST_1.DeleteAccessSpecs", mixed}}), Received(portB));
   EXPECT_TRUE(profile.portHndSet.empty());
   ApplyAfresh();
   EXPECT_TRUE(NothingSent()) << "the deactivation was committed";
-  profile.Set(framework::prop::Active, true);
+  ProjectBuilder::Set(profile, {{"Active", "true"}});
   ApplyAfresh();
   EXPECT_EQ((Requests{{"BST_1.AddAccessSpecs", mixed}}), Received(portA));
   EXPECT_EQ((Requests{{"BST_1.AddAccessSpecs", mixed}}), Received(portB));
@@ -78,14 +75,14 @@ TEST_F(StorageWorkerProfileTest, AProfileLeavesAPortThatNoActiveWorkerOfItUses) 
   EXPECT_EQ(PortHandles{portA.GetHandle()}, profile.portHndSet);
 
   // An inactive worker no longer holds its profile on the port; the worker itself stays there.
-  a1.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(a1, {{"Active", "false"}});
   ApplyAfresh();
   EXPECT_EQ((Requests{{"BST_1.DeleteAccessSpecs", mixed}}), Received(portA));
   EXPECT_TRUE(profile.portHndSet.empty());
   EXPECT_TRUE(Sent(portB).empty()) << "B's worker was committed with its new profile";
   ApplyAfresh();
   EXPECT_TRUE(NothingSent());
-  a1.Set(framework::prop::Active, true);
+  ProjectBuilder::Set(a1, {{"Active", "true"}});
   ApplyAfresh();
   EXPECT_EQ((Requests{{"BST_1.AddAccessSpecs", mixed}, {"BST_1.UpdateWorkers", {a1.GetHandle()}}}), Received(portA));
 
@@ -105,8 +102,7 @@ TEST_F(StorageWorkerProfileTest, AWorkerMovedToAnotherPortTakesItsProfileAlong) 
   core::CPort& portA = MakePort("Port A");
   core::CPort& portB = MakePort("Port B");
   CStorageWorkerProfile& profile = MakeProfile("Mixed");
-  CStorageWorkerConfig& worker = MakeWorker(portA, "Mover");
-  UseProfile(worker, profile);
+  CStorageWorkerConfig& worker = MakeWorker(portA, "Mover", &profile);
   Apply();
 
   static_cast<core::CEmulatedDevice*>(worker.GetParent())->SetPort(&portB);
@@ -126,8 +122,7 @@ TEST_F(StorageWorkerProfileTest, AWorkerMovedToAnotherPortTakesItsProfileAlong) 
 TEST_F(StorageWorkerProfileTest, APortNotEligibleIsNeverReportedAndKeepsItsHandleUntilTheProfileGoes) {
   core::CPort& spare = MakePort("Spare", "", false);
   CStorageWorkerProfile& profile = MakeProfile("Mixed");
-  CStorageWorkerConfig& worker = MakeWorker(spare, "Worker");
-  UseProfile(worker, profile);
+  CStorageWorkerConfig& worker = MakeWorker(spare, "Worker", &profile);
   Apply();
   for (const std::string& name : Sent(spare)) EXPECT_EQ(std::string::npos, name.find("AccessSpecs")) << name;
   EXPECT_TRUE(profile.portHndSet.empty());
@@ -140,7 +135,7 @@ TEST_F(StorageWorkerProfileTest, APortNotEligibleIsNeverReportedAndKeepsItsHandl
 
   // Not eligible again: the port is left alone and its handle kept.
   framework::CKelSystem::Instance().Set(framework::prop::SimulationMode, false);
-  worker.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(worker, {{"Active", "false"}});
   ApplyAfresh();
   EXPECT_TRUE(Sent(spare).empty());
   EXPECT_EQ(PortHandles{spare.GetHandle()}, profile.portHndSet);
@@ -151,11 +146,11 @@ TEST_F(StorageWorkerProfileTest, APortNotEligibleIsNeverReportedAndKeepsItsHandl
   EXPECT_TRUE(profile.portHndSet.empty());
 
   // Deactivating the profile drops the handles of ports that are not eligible, without a message.
-  worker.Set(framework::prop::Active, true);
+  ProjectBuilder::Set(worker, {{"Active", "true"}});
   ApplyAfresh();
   ASSERT_EQ(PortHandles{spare.GetHandle()}, profile.portHndSet);
   framework::CKelSystem::Instance().Set(framework::prop::SimulationMode, false);
-  profile.Set(framework::prop::Active, false);
+  ProjectBuilder::Set(profile, {{"Active", "false"}});
   ApplyAfresh();
   EXPECT_TRUE(Sent(spare).empty());
   EXPECT_TRUE(profile.portHndSet.empty());
@@ -172,14 +167,13 @@ TEST_F(StorageWorkerProfileTest, ABrokenModelFailsWithTheAssertionTexts) {
                          "content/storage/storageio/bll/src/StorageWorkerProfile Line: "));
   profile.portHndSet.clear();
 
-  framework::CScriptableAutoPtr<CStorageWorkerConfig> orphan(static_cast<CStorageWorkerConfig*>(
-      framework::CScriptableCreator().Create(CStorageWorkerConfig::CLASS_ID(), nullptr)));
+  framework::CScriptableAutoPtr<framework::CScriptable> orphan(&ProjectBuilder::Make("StorageWorkerConfig", nullptr));
   framework::ScriptableVec workers{orphan.get()};
   EXPECT_THAT([&] { profile.BuildNewPortSet(created, workers); },
               Refused("Assertion Failed: Cannot get parent from worker in CStorageWorkerProfile::BuildNewPortSet  "
                          "Expression: emd File: content/storage/storageio/bll/src/StorageWorkerProfile Line: "));
 
-  auto& deviceWithoutPort = ProjectBuilder::Make("EmulatedDevice", &project());
+  framework::CScriptable& deviceWithoutPort = ProjectBuilder::Make("EmulatedDevice", &project());
   workers = {&ProjectBuilder::Make("StorageWorkerConfig", &deviceWithoutPort)};
   EXPECT_THAT([&] { profile.BuildNewPortSet(created, workers); },
               Refused("Assertion Failed: Cannot get port from emd in CStorageWorkerProfile::BuildNewPortSet  "

@@ -1,9 +1,10 @@
 #pragma once
 // Fixture of the tests that apply a storage configuration through the host's real apply cycle:
-// ports reserved for testing whose channel is a recorder, devices on them, workers (each takes the
-// protocol's default profile when it is made), profiles and targets, and an apply run as the user
-// runs it (the apply command, then the event loop until every reply has arrived). What a port
-// received is read back with the port side's BST_1 parsers.
+// the project is built through the project builder, by name, as any host client builds it: ports
+// reserved for testing whose channel is a recorder, workers each on a device of its own (each takes
+// the protocol's default profile when it is made, unless given another), profiles and targets; and
+// an apply is run as the user runs it (the apply command, then the event loop until every reply
+// has arrived). What a port received is read back with the port side's BST_1 parsers.
 //
 // Each test starts on an empty project, a fresh protocol registered with the protocol module
 // (DeleteInstance unregisters it again), the task manager on its virtual clock and simulation mode
@@ -22,7 +23,6 @@
 #include "StorageIOIds.h"
 #include "StorageWorkerConfig.h"
 #include "StorageWorkerProfile.h"
-#include "kel/core/ApplyToILCommand.h"
 #include "kel/core/EmulatedDevice.h"
 #include "kel/core/Port.h"
 #include "kel/core/PortChannels.h"
@@ -30,10 +30,7 @@
 #include "kel/core/RecorderMessenger.h"
 #include "kel/framework/Exceptions.h"
 #include "kel/framework/HandleRegistry.h"
-#include "kel/framework/HostClassIds.h"
 #include "kel/framework/Project.h"
-#include "kel/framework/ScriptableAutoPtr.h"
-#include "kel/framework/ScriptableCreator.h"
 #include "kel/framework/TaskManager.h"
 #include "msg/BST_1.h"
 #include "ProjectBuilder.h"
@@ -46,6 +43,7 @@ namespace kel {
 namespace storageio {
 
 using storageio_project::ProjectBuilder;
+using storageio_project::PropertyTexts;
 
 using AccessSpecs = std::vector<BST_1_bll::AccessSpec_s>;
 using WorkerConfigs = std::vector<BST_1_bll::WorkerConfig_s>;
@@ -121,7 +119,8 @@ class StorageIOApplyTest : public StorageIOTest {
   // A port reserved for testing (unless told otherwise) whose channel is a recorder; `group`
   // names its physical port group ("" for a group of its own).
   core::CPort& MakePort(const std::string& name, const std::string& group = "", bool reserved = true) {
-    core::CPort& port = ProjectBuilder::AddPort(name, "recorder://" + name, group);
+    // No location: no transport serves the port, the recorder attached below is its channel.
+    core::CPort& port = ProjectBuilder::AddPort(name, "", group);
     if (!reserved) ProjectBuilder::Set(port, {{"ReservedForTesting", "false"}});
     AttachRecorder(port);
     return port;
@@ -135,32 +134,31 @@ class StorageIOApplyTest : public StorageIOTest {
   }
   core::CRecorderMessenger& Recorder(const core::CPort& port) { return *LiveRecorders().at(port.GetHandle()); }
 
-  // A device on `port` with no worker yet.
-  core::CEmulatedDevice& MakeDevice(core::CPort& port) {
-    auto& device = Typed<core::CEmulatedDevice>(ProjectBuilder::Make("EmulatedDevice", &project()));
-    device.SetPort(&port);
-    return device;
+  // A worker on a device of its own on `port`, using `profile` instead of the default one when given.
+  CStorageWorkerConfig& MakeWorker(core::CPort& port, const std::string& name,
+                                   CStorageWorkerProfile* profile = nullptr) {
+    return As<CStorageWorkerConfig>(ProjectBuilder::AddWorker(name, port, profile));
   }
-  // A worker on a device of its own on `port`, with the protocol's default profile.
-  CStorageWorkerConfig& MakeWorker(core::CPort& port, const std::string& name) {
-    return Typed<CStorageWorkerConfig>(ProjectBuilder::AddWorker(name, port));
-  }
-  CStorageWorkerProfile& MakeProfile(const std::string& name) {
-    return Typed<CStorageWorkerProfile>(ProjectBuilder::AddProfile(name));
+  CStorageWorkerProfile& MakeProfile(const std::string& name, const PropertyTexts& properties = {}) {
+    return As<CStorageWorkerProfile>(ProjectBuilder::AddProfile(name, properties));
   }
   // A target of the worker (its child, related over worker-to-target).
   CStorageDiscoveredTargets& MakeTarget(CStorageWorkerConfig& worker, const std::string& volume,
                                         unsigned int type = 0x8c000000, unsigned int sectorSize = 512) {
-    return Typed<CStorageDiscoveredTargets>(ProjectBuilder::AddTarget(
-        worker, {{"VolumeName", volume}, {"TargetType", std::to_string(type)}, {"SectorSize", std::to_string(sectorSize)}}));
+    return As<CStorageDiscoveredTargets>(ProjectBuilder::AddTarget(
+        worker, {{"VolumeName", volume}, {"TargetType", std::to_string(type)},
+                 {"SectorSize", std::to_string(sectorSize)}}));
   }
   // Relates the worker to `profile` instead of its current one.
   static void UseProfile(CStorageWorkerConfig& worker, CStorageWorkerProfile& profile) {
-    const framework::RelationType toProfile(kWorkerToProfile);
-    if (framework::CScriptable* current = worker.GetObject(CStorageWorkerProfile::CLASS_ID(), toProfile)) {
-      worker.RemoveObject(*current, toProfile);
-    }
-    EXPECT_TRUE(worker.AddObject(profile, toProfile));
+    EXPECT_TRUE(worker.SetObjects({&profile}, ProjectBuilder::Relation("UsesProfile")));
+  }
+  // The plug-in's or host's class of an object the builder made by name.
+  template <class T>
+  static T& As(framework::CScriptable& object) {
+    auto* typed = dynamic_cast<T*>(&object);
+    if (typed == nullptr) throw framework::CKelLogicError(object.GetName() + " is not of the class the test expects");
+    return *typed;
   }
 
   // Runs the apply command as the user does and lets every reply arrive. The command's failure
@@ -199,14 +197,6 @@ class StorageIOApplyTest : public StorageIOTest {
       if (!entry.second->Received().empty()) return false;
     }
     return true;
-  }
-
-  // The plug-in's or host's own type of an object the builder made.
-  template <class T>
-  static T& Typed(framework::CScriptable& object) {
-    auto* typed = dynamic_cast<T*>(&object);
-    if (typed == nullptr) throw framework::CKelLogicError("unexpected class of " + object.GetName());
-    return *typed;
   }
 
  private:

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "StorageBaseResults.h"
-#include "StorageStartWorkerCommand.h"
 #include "kel/framework/CommandStatusManager.h"
 #include "StorageIODataModelIds.h"
 #include "msg/bst_1_statistics.h"
@@ -77,14 +76,14 @@ R* ResultOf(const framework::CScriptable& owner) {
 
 class StorageIORunTest : public StorageIOApplyTest {
  protected:
-  // The start command's own default; the ports here end a test when told to.
+  // Any duration does: a recorder port ends a test only when the test says so (EndTest).
   static constexpr unsigned kDurationSeconds = 60;
 
   // Runs the start command on the workers, as a user does; their ports run until they end.
   void StartTest(std::initializer_list<CStorageWorkerConfig*> workers) {
     std::vector<framework::Handle> handles;
     for (const CStorageWorkerConfig* worker : workers) handles.push_back(worker->GetHandle());
-    ProjectBuilder::MakeStart(handles, kDurationSeconds, false)->Execute(false);
+    ProjectBuilder::MakeStart(handles, kDurationSeconds, /*learnFirst=*/false)->Execute(false);
     framework::CTaskManager::Instance().RunUntilIdle();
   }
 
