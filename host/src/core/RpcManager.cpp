@@ -1,5 +1,6 @@
 #include "kel/core/RpcManager.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "kel/core/Messenger.h"
@@ -78,6 +79,7 @@ int CRpcManager::RegisterForNotification(Messenger& messenger, Message& register
   if (SendAsyncMessage(messenger, registerRequest, nullptr, nullptr, 0, queued) < 0) return -1;
   const int id = ++m_nextRegistrationId;
   m_registrations[id] = Registration{&messenger, notificationName, delegate, context, policy.GetMinIntervalMs(), -1};
+  m_registrationsOf[&messenger].push_back(id);
   if (registrationId != nullptr) *registrationId = id;
   return 0;
 }
@@ -86,8 +88,18 @@ int CRpcManager::DeregisterForNotification(Messenger& messenger, Message& deregi
   const auto it = m_registrations.find(registrationId);
   if (it == m_registrations.end() || it->second.messenger != &messenger) return 1;
   if (SendAsyncMessage(messenger, deregisterRequest, nullptr, nullptr, 0, true) < 0) return 1;
-  m_registrations.erase(it);
+  ForgetRegistration(it);
   return 0;
+}
+
+void CRpcManager::ForgetRegistration(std::map<int, Registration>::iterator registration) {
+  const auto of = m_registrationsOf.find(registration->second.messenger);
+  if (of != m_registrationsOf.end()) {
+    std::vector<int>& ids = of->second;
+    ids.erase(std::remove(ids.begin(), ids.end(), registration->first), ids.end());
+    if (ids.empty()) m_registrationsOf.erase(of);
+  }
+  m_registrations.erase(registration);
 }
 
 void CRpcManager::Attach(Messenger& messenger) {
@@ -105,9 +117,10 @@ void CRpcManager::DropMessenger(const Messenger& messenger, bool forgetAll) {
     it = m_pending.erase(it);
   }
   if (!forgetAll) return;
-  for (auto it = m_registrations.begin(); it != m_registrations.end();) {
-    it = it->second.messenger == &messenger ? m_registrations.erase(it) : std::next(it);
-  }
+  const auto of = m_registrationsOf.find(&messenger);
+  if (of == m_registrationsOf.end()) return;
+  for (int id : of->second) m_registrations.erase(id);
+  m_registrationsOf.erase(of);
 }
 
 // Runs on the transport's thread: decode here, deliver on the event loop.
@@ -152,17 +165,19 @@ void CRpcManager::OnFrame(const Messenger* messenger, const std::vector<unsigned
 
 void CRpcManager::DeliverNotification(const Messenger* messenger, Message notification) {
   const std::int64_t now = CTaskManager::Instance().NowMs();
+  const auto of = m_registrationsOf.find(messenger);
+  if (of == m_registrationsOf.end()) return;
   std::vector<int> targets;
-  for (auto& entry : m_registrations) {
-    Registration& registration = entry.second;
-    if (registration.messenger != messenger || registration.name != notification.get_request_name()) continue;
+  for (int id : of->second) {
+    Registration& registration = m_registrations.at(id);
+    if (registration.name != notification.get_request_name()) continue;
     if (registration.receiverGone) {
-      targets.push_back(entry.first);  // dropped below, with its log line
+      targets.push_back(id);  // dropped below, with its log line
       continue;
     }
     if (registration.lastDeliveredMs >= 0 && now - registration.lastDeliveredMs < registration.minIntervalMs) continue;
     registration.lastDeliveredMs = now;
-    targets.push_back(entry.first);
+    targets.push_back(id);
   }
   // A delegate may deregister registrations, or destroy their receivers, while we go: each is
   // looked up again before its call, and called through a copy since it may deregister itself.
@@ -171,7 +186,7 @@ void CRpcManager::DeliverNotification(const Messenger* messenger, Message notifi
     if (it == m_registrations.end()) continue;
     if (it->second.receiverGone) {
       LogReceiverGone("Notification " + it->second.name);
-      m_registrations.erase(it);
+      ForgetRegistration(it);
       continue;
     }
     const Registration registration = it->second;

@@ -107,6 +107,20 @@ TEST_F(RpcManagerTest, NotificationsGoToTheRegistrationsOfTheirNameAndPort) {
   m_recorder->Notify(Named("BST_1.TestNotification"));
   CTaskManager::Instance().RunUntilIdle();
   EXPECT_EQ(1u, m_inbox.names.size());
+
+  // Forgetting a port forgets its registrations, and no other port's.
+  const std::size_t before = CRpcManager::Instance().RegistrationCount();
+  for (core::Messenger* port : std::initializer_list<core::Messenger*>{m_recorder, &other}) {
+    ASSERT_EQ(0, CRpcManager::Instance().RegisterForNotification(*port, registration, "BST_1.TestNotification",
+                                                                 m_delegate, nullptr, &id,
+                                                                 core::NotificationRatePolicy::GetDefaultPolicy(), true));
+  }
+  CRpcManager::Instance().DropMessenger(*m_recorder, true);
+  EXPECT_EQ(before + 1, CRpcManager::Instance().RegistrationCount());
+  m_recorder->Notify(Named("BST_1.TestNotification"));
+  other.Notify(Named("BST_1.TestNotification"));
+  CTaskManager::Instance().RunUntilIdle();
+  EXPECT_EQ(2u, m_inbox.names.size()) << "the other port's notification only";
 }
 
 // A recorder that lets the test push raw bytes as if they came from the port.

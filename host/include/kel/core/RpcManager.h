@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "kel/framework/Delegate.h"
 #include "kel/framework/ScriptableDestroyObserver.h"
@@ -135,10 +136,14 @@ class CRpcManager : private framework::CScriptableDestroyObserver {
   int NextRequestId();
   void OnFrame(const Messenger* messenger, const std::vector<unsigned char>& bytes);
   void DeliverNotification(const Messenger* messenger, Message notification);
+  void ForgetRegistration(std::map<int, Registration>::iterator registration);
   void OnScriptableDestroyed(const framework::CScriptable& object) noexcept override;
 
   std::map<int, Pending> m_pending;
   std::map<int, Registration> m_registrations;
+  // The ids of each messenger's registrations, oldest first: a notification only looks at those of
+  // the port it came from, so delivering it costs the same with ten ports or ten thousand.
+  std::map<const Messenger*, std::vector<int>> m_registrationsOf;
   int m_nextRequestId = 0;
   int m_nextRegistrationId = 0;
 };
